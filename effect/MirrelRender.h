@@ -1,0 +1,57 @@
+#pragma once
+#include "Transform/Common/TX_Macros.h"
+#include "effect/MirrelDriver.h"
+#include "host/PluginHost_API.h"
+#include "params/RenderArguments.h"
+#include "pixel/Traits.h"
+
+// The frame driver of one pixel format: reads the arguments, makes the working copy of the
+// source, takes the trivial exits, then runs the mirror pipeline. 0 when the frame was made.
+template <class P, class C, class A, class V, class F>
+int MirrelRender(P p, C c, A a, V v, F f, PluginHost_API* host) {
+    int status = 0;
+    try {
+        RenderArguments args;
+        ParamsRetrieveValues(host, &args);
+        int softnessMode = args.softnessType;
+
+        PluginRasterProxy work(host, nullptr, false, true);
+        {
+            PluginRasterProxy input(host, host->getInputRaster(0), false, true);
+            int error = 0;
+            PluginRaster_API* raster = host->allocRaster(input->getWidth(), input->getHeight(),
+                                                         input->getPixelType(), error, 0);
+            work.setRaster(raster, true);
+            status = error;
+            if (status != 0 || !work.getImpl()) {
+                if (status == 0) status = 1;
+                host->fillOutput();
+                return status;
+            }
+            host->copy(input.getImpl(), work.getImpl());
+        } // the input is not touched again: all further work reads the copy
+
+        PluginRasterProxy output(host, host->getOutputRaster(), false, true);
+        PluginHost_API::RasterInfo workInfo, outputInfo;
+        host->getRasterInfo(work.getImpl(), &workInfo);
+        host->getRasterInfo(output.getImpl(), &outputInfo);
+
+        // No mirror image exists at zero brightness: nothing else runs.
+        double const brightness = float(args.brightness);
+        if (MACRO_NEARLY_EQUAL(brightness, 0.0) && args.transferMode == 0) {
+            host->fillOutput();
+            return status;
+        }
+        if (MACRO_NEARLY_EQUAL(brightness, 0.0)) {
+            host->copyInputToOutput();
+            return status;
+        }
+
+        MirrelFrame frame{args, softnessMode, work, output, workInfo, outputInfo};
+        status = MirrelDrive(p, c, a, v, f, host, frame);
+    } catch (...) {
+        // Nothing leaves the driver; the proxies have released their rasters on the way out.
+        status = 1;
+    }
+    return status;
+}

@@ -1,0 +1,4 @@
+#include "effect/MirrelRender.h"
+#include "effect/Render.h"
+
+int Render_ARGB8(PluginHost_API* host) { return MirrelRender(PIXEL_VALUES(PIXEL_ARGB8), host); }

@@ -1,0 +1,256 @@
+#include "support/MemoryHost.h"
+
+#include "params/ParamsSetup.h"
+
+#include <cstdlib>
+#include <cstring>
+
+int bytesPerPixel(PluginRasterFormat format) {
+    switch (int(format)) {
+    case 3: case 4: case 5: case 6: case 7: case 8: case 13: case 17: case 18: return 8;
+    case 9: case 10: case 11: case 14: case 20: return 16;
+    default: return 4;
+    }
+}
+
+MemoryImage::MemoryImage(PluginRasterFormat format, int width, int height, Rows rows) {
+    int pb = bytesPerPixel(format);
+    int stride = width * pb + (rows == Rows::Padded ? 3 * pb + 4 : 0);
+    storage.assign(std::size_t(stride) * (height > 0 ? height : 1), 0);
+    info.format = format;
+    info.width = width;
+    info.height = height;
+    info.pixelBytes = pb;
+    info.isYUV = format == RF_R408 || format == RF_R4FL;
+    if (rows == Rows::BottomUp) {
+        info.data = storage.data() + std::size_t(stride) * (height > 0 ? height - 1 : 0);
+        info.rowBytes = -stride;
+    } else {
+        info.data = storage.data();
+        info.rowBytes = stride;
+    }
+}
+
+std::vector<unsigned char> MemoryImage::bytes() const {
+    std::vector<unsigned char> out;
+    std::size_t n = std::size_t(info.width) * info.pixelBytes;
+    out.reserve(n * info.height);
+    for (int y = 0; y < info.height; ++y) out.insert(out.end(), info.row(y), info.row(y) + n);
+    return out;
+}
+
+void MemoryImage::fillBytes(unsigned seed) {
+    unsigned s = seed * 2654435761u + 1;
+    std::size_t n = std::size_t(info.width) * info.pixelBytes;
+    for (int y = 0; y < info.height; ++y)
+        for (std::size_t i = 0; i < n; ++i) {
+            s = s * 1664525u + 1013904223u;
+            info.row(y)[i] = (unsigned char)(s >> 24);
+        }
+}
+
+PluginRaster_API::PixelType MemoryRaster::getPixelType() {
+    switch (int(m_info.format)) {
+    case 3: case 4: case 13: return PixelType(1);
+    case 5: case 6: case 17: case 18: return PixelType(2);
+    case 7: case 8: return PixelType(3);
+    case 9: case 10: case 11: case 14: case 20: return PixelType(4);
+    default: return PixelType(0);
+    }
+}
+
+MemoryHost::MemoryHost(MemoryImage* input, MemoryImage* output) : m_input(input), m_output(output) {
+    ParamsSetup(this);
+}
+
+MemoryHost::~MemoryHost() = default;
+
+int MemoryHost::getOutputWidth() {
+    RasterInfo info;
+    getOutputRasterInfo(&info);
+    return info.width;
+}
+
+int MemoryHost::getOutputHeight() {
+    RasterInfo info;
+    getOutputRasterInfo(&info);
+    return info.height;
+}
+
+int MemoryHost::fillOutput() {
+    if (m_outputOverride) return fill(m_outputOverride);
+    for (int y = 0; y < m_output->info.height; ++y)
+        std::memset(m_output->info.row(y), 0,
+                    std::size_t(m_output->info.width) * m_output->info.pixelBytes);
+    return 0;
+}
+
+int MemoryHost::fill(PluginRaster_API* raster) {
+    RasterInfo info;
+    getRasterInfo(raster, &info);
+    for (int y = 0; y < info.height; ++y)
+        std::memset(info.row(y), 0, std::size_t(info.width) * info.pixelBytes);
+    return 0;
+}
+
+int MemoryHost::copyInputToOutput() {
+    RasterInfo& s = m_input->info;
+    RasterInfo& d = m_output->info;
+    std::size_t n = std::size_t(std::min(s.width, d.width)) * d.pixelBytes;
+    for (int y = 0; y < std::min(s.height, d.height); ++y) std::memcpy(d.row(y), s.row(y), n);
+    return 0;
+}
+
+int MemoryHost::copy(PluginRaster_API* src, PluginRaster_API* dst) {
+    RasterInfo s, d;
+    getRasterInfo(src, &s);
+    getRasterInfo(dst, &d);
+    // The smaller of the two row widths, measured with the destination's pixel size.
+    std::size_t n = std::size_t(std::min(s.width, d.width)) * d.pixelBytes;
+    for (int y = 0; y < d.height && y < s.height; ++y) std::memcpy(d.row(y), s.row(y), n);
+    return 0;
+}
+
+int MemoryHost::copy(PluginRaster_API* src, PluginRaster_API* dst, TX_Rect* sr, TX_Rect* dr) {
+    RasterInfo s, d;
+    getRasterInfo(src, &s);
+    TX_Rect r = *sr;
+    if (!(r.bottom < s.height)) r.bottom = int16_t(s.height - 1);
+    getRasterInfo(dst, &d);
+    if (!(r.bottom < d.height)) r.bottom = int16_t(d.height - 1);
+    std::size_t n = std::size_t(r.right - r.left) * s.pixelBytes;
+    for (int y = r.top; y <= r.bottom; ++y)
+        std::memcpy(d.row(dr->top + y - r.top) + std::ptrdiff_t(dr->left) * d.pixelBytes,
+                    s.row(y) + std::ptrdiff_t(r.left) * s.pixelBytes, n);
+    return 0;
+}
+
+PluginRaster_API* MemoryHost::getInputRaster(int) { return new MemoryRaster(m_input->info, false); }
+
+PluginRaster_API* MemoryHost::getOutputRaster() {
+    if (m_outputOverride) {
+        RasterInfo info;
+        getRasterInfo(m_outputOverride, &info);
+        return new MemoryRaster(info, false);
+    }
+    return new MemoryRaster(m_output->info, false);
+}
+
+PluginRaster_API* MemoryHost::allocRaster(int width, int height, PluginRaster_API::PixelType,
+                                          int& error, int) {
+    ++allocRasterCalls;
+    if (failAllocRasterAt == allocRasterCalls) return nullptr;
+    RasterInfo info;
+    getOutputRasterInfo(&info);
+    info.width = width;
+    info.height = height;
+    if (info.rowBytes < width * info.pixelBytes) info.rowBytes = width * info.pixelBytes;
+    info.data = allocMemory(info.rowBytes * height);
+    error = 0;
+    return new MemoryRaster(info, true);
+}
+
+PluginRaster_API* MemoryHost::allocRaster(RasterInfo* info) {
+    return new MemoryRaster(*info, true);
+}
+
+int MemoryHost::deallocRaster(PluginRaster_API* raster) {
+    auto* r = dynamic_cast<MemoryRaster*>(raster);
+    if (!r || !r->ownsPixels()) return 1;
+    deallocMemory(r->getRasterInfoBase()->data);
+    r->dropPixels();
+    return 0;
+}
+
+double MemoryHost::geAspectRatio(PluginRaster_API* raster) {
+    RasterInfo info;
+    getRasterInfo(raster, &info);
+    return info.aspectRatio;
+}
+
+int MemoryHost::getInputRasterInfo(int, RasterInfo* info) {
+    *info = m_input->info;
+    return 0;
+}
+
+int MemoryHost::getOutputRasterInfo(RasterInfo* info) {
+    if (m_outputOverride) return getRasterInfo(m_outputOverride, info);
+    *info = m_output->info;
+    return 0;
+}
+
+int MemoryHost::getRasterInfo(PluginRaster_API* raster, RasterInfo* info) {
+    if (PluginRasterInfo* base = raster ? raster->getRasterInfoBase() : nullptr) *info = *base;
+    return 0;
+}
+
+void* MemoryHost::allocMemory(int size) {
+    ++allocMemoryCalls;
+    if (failAllocMemoryAt == allocMemoryCalls) return nullptr;
+    void* p = std::malloc(std::size_t(size < 0 ? -size : size) + 1);
+    if (p) ++liveBlocks;
+    return p;
+}
+
+void* MemoryHost::lockMemory(void* handle) {
+    ++lockBalance;
+    return handle;
+}
+
+void MemoryHost::unlockMemory(void*) { --lockBalance; }
+
+void MemoryHost::deallocMemory(void* handle) {
+    if (handle) --liveBlocks;
+    std::free(handle);
+}
+
+int MemoryHost::getSourceLayerDimensions(int& width, int& height) {
+    width = int(m_input->info.width / scaleX);
+    height = int(m_input->info.height / scaleY);
+    return 0;
+}
+
+namespace {
+double toFrame(PluginHost_API::TimeObject const& t) { return t.getTime() / double(t.time_step()); }
+} // namespace
+
+int MemoryHost::GetFloatValue(int, int id, TimeObject const& t, double& value) {
+    readFrames.push_back(toFrame(t));
+    return params.getFloatValue_fromParm_atTime(&value, id, toFrame(t)) ? 0 : 1;
+}
+
+int MemoryHost::GetAngleValue(int index, int id, TimeObject const& t, double& degrees) {
+    int r = GetFloatValue(index, id, t, degrees);
+    degrees *= 57.29577951308232;
+    return r;
+}
+
+int MemoryHost::GetIntValue(int, int id, TimeObject const& t, int& value) {
+    return params.getIntValue_fromParm_atTime(&value, id, toFrame(t)) ? 0 : 1;
+}
+
+int MemoryHost::GetUIntValue(int index, int id, TimeObject const& t, unsigned int& value) {
+    int v = 0;
+    int r = GetIntValue(index, id, t, v);
+    value = unsigned(v);
+    return r;
+}
+
+int MemoryHost::GetBoolValue(int, int id, TimeObject const& t, bool& value) {
+    BOOL b = NO;
+    int r = params.getBoolValue_fromParm_atTime(&b, id, toFrame(t)) ? 0 : 1;
+    value = b == 1;
+    return r;
+}
+
+int MemoryHost::GetPoint2DValue(int, int id, TimeObject const& t, double& x, double& y) {
+    readFrames.push_back(toFrame(t));
+    int r = params.getXValue_YValue_fromParm_atTime(&x, &y, id, toFrame(t)) ? 0 : 1;
+    if (hostIdx == 1) y = 1.0 - y;
+    return r;
+}
+
+int MemoryHost::GetColorValue(int, int id, TimeObject const& t, double& r, double& g, double& b) {
+    return params.getRedValue_GreenValue_BlueValue_fromParm_atTime(&r, &g, &b, id, toFrame(t)) ? 0
+                                                                                              : 1;
+}
