@@ -13,7 +13,8 @@ struct MirrelFrame {
 };
 
 // The mirror pipeline after the trivial exits.
-// TODO(pipeline): scratch images, motion-blur samples, quads and finishing replace this pass-through.
+// TODO(pipeline): scratch images, motion-blur samples, quads and finishing replace this
+// pass-through.
 template <class P, class C, class A, class V, class F>
 int MirrelDrive(P, C, A, V, F, PluginHost_API* host, MirrelFrame& frame) {
     (void)frame;

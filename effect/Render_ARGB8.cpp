@@ -1,4 +1,6 @@
 #include "effect/MirrelRender.h"
 #include "effect/Render.h"
 
-int Render_ARGB8(PluginHost_API* host) { return MirrelRender(PIXEL_VALUES(PIXEL_ARGB8), host); }
+int Render_ARGB8(PluginHost_API* host) {
+    return MirrelRender(PIXEL_VALUES(PIXEL_ARGB8), host);
+}

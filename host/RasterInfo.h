@@ -34,5 +34,7 @@ struct PluginRasterInfo {
     float heightRatio = 1.0f;
     bool isYUV = false;
 
-    unsigned char* row(int y) const { return static_cast<unsigned char*>(data) + std::ptrdiff_t(y) * rowBytes; }
+    unsigned char* row(int y) const {
+        return static_cast<unsigned char*>(data) + std::ptrdiff_t(y) * rowBytes;
+    }
 };

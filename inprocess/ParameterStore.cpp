@@ -26,7 +26,8 @@ ParameterStore::Value ParameterStore::valueAt(Param const& p, double frame) cons
     if (p.kind == Kind::Popup || p.kind == Kind::Toggle) return before->second;
     double t = (frame - before->first) / (after->first - before->first);
     Value v;
-    for (int i = 0; i < 3; ++i) v[i] = before->second[i] + t * (after->second[i] - before->second[i]);
+    for (int i = 0; i < 3; ++i)
+        v[i] = before->second[i] + t * (after->second[i] - before->second[i]);
     if (p.kind == Kind::Int) v[0] = std::round(v[0]);
     return v;
 }
@@ -83,10 +84,11 @@ ParameterStore::Param& ParameterStore::declare(Kind kind, std::string const& nam
     return m_params.back();
 }
 
-BOOL ParameterStore::addFloatSliderWithName_parmId_defaultValue_parameterMin_parameterMax_sliderMin_sliderMax_delta_parmFlags(
-    std::string const& name, unsigned parmId, double defaultValue, double parameterMin,
-    double parameterMax, double sliderMin, double sliderMax, double delta,
-    FxParameterFlags flags) {
+BOOL ParameterStore::
+    addFloatSliderWithName_parmId_defaultValue_parameterMin_parameterMax_sliderMin_sliderMax_delta_parmFlags(
+        std::string const& name, unsigned parmId, double defaultValue, double parameterMin,
+        double parameterMax, double sliderMin, double sliderMax, double delta,
+        FxParameterFlags flags) {
     Param& p = declare(Kind::Float, name, parmId, flags);
     p.min = parameterMin;
     p.max = parameterMax;
@@ -97,9 +99,10 @@ BOOL ParameterStore::addFloatSliderWithName_parmId_defaultValue_parameterMin_par
     return YES;
 }
 
-BOOL ParameterStore::addIntSliderWithName_parmId_defaultValue_parameterMin_parameterMax_sliderMin_sliderMax_delta_parmFlags(
-    std::string const& name, unsigned parmId, int defaultValue, int parameterMin, int parameterMax,
-    int sliderMin, int sliderMax, int delta, FxParameterFlags flags) {
+BOOL ParameterStore::
+    addIntSliderWithName_parmId_defaultValue_parameterMin_parameterMax_sliderMin_sliderMax_delta_parmFlags(
+        std::string const& name, unsigned parmId, int defaultValue, int parameterMin,
+        int parameterMax, int sliderMin, int sliderMax, int delta, FxParameterFlags flags) {
     Param& p = declare(Kind::Int, name, parmId, flags);
     p.min = parameterMin;
     p.max = parameterMax;
@@ -204,8 +207,7 @@ BOOL ParameterStore::getXValue_YValue_fromParm_atTime(double* x, double* y, unsi
 }
 
 BOOL ParameterStore::getRedValue_GreenValue_BlueValue_fromParm_atTime(double* red, double* green,
-                                                                      double* blue,
-                                                                      unsigned parmId,
+                                                                      double* blue, unsigned parmId,
                                                                       double time) {
     Param const* p = find(parmId);
     if (!p || !red || !green || !blue) return NO;

@@ -47,11 +47,13 @@ class ParameterStore : public FxParameterCreationAPI,
     void setCurrentTime(double frame) { m_currentTime = frame; }
 
     // Creation.
-    BOOL addFloatSliderWithName_parmId_defaultValue_parameterMin_parameterMax_sliderMin_sliderMax_delta_parmFlags(
+    BOOL
+    addFloatSliderWithName_parmId_defaultValue_parameterMin_parameterMax_sliderMin_sliderMax_delta_parmFlags(
         std::string const& name, unsigned parmId, double defaultValue, double parameterMin,
         double parameterMax, double sliderMin, double sliderMax, double delta,
         FxParameterFlags flags) override;
-    BOOL addIntSliderWithName_parmId_defaultValue_parameterMin_parameterMax_sliderMin_sliderMax_delta_parmFlags(
+    BOOL
+    addIntSliderWithName_parmId_defaultValue_parameterMin_parameterMax_sliderMin_sliderMax_delta_parmFlags(
         std::string const& name, unsigned parmId, int defaultValue, int parameterMin,
         int parameterMax, int sliderMin, int sliderMax, int delta, FxParameterFlags flags) override;
     BOOL addAngleSliderWithName_parmId_defaultValue_parameterMin_parameterMax_parmFlags(
@@ -79,23 +81,18 @@ class ParameterStore : public FxParameterCreationAPI,
     BOOL getBoolValue_fromParm_atTime(BOOL* value, unsigned parmId, double time) override;
     BOOL getXValue_YValue_fromParm_atTime(double* x, double* y, unsigned parmId,
                                           double time) override;
-    BOOL getRedValue_GreenValue_BlueValue_fromParm_atTime(double* red, double* green,
-                                                          double* blue, unsigned parmId,
-                                                          double time) override;
+    BOOL getRedValue_GreenValue_BlueValue_fromParm_atTime(double* red, double* green, double* blue,
+                                                          unsigned parmId, double time) override;
     BOOL getParameterFlags_fromParm(FxParameterFlags* flags, unsigned parmId) override;
-    BOOL getBitmap_layerOffsetX_layerOffsetY_requestInfo_fromParm_atTime(FxBitmap** bitmap,
-                                                                         double* offsetX,
-                                                                         double* offsetY,
-                                                                         FxRenderInfo info,
-                                                                         unsigned parmId,
-                                                                         double time) override;
+    BOOL getBitmap_layerOffsetX_layerOffsetY_requestInfo_fromParm_atTime(
+        FxBitmap** bitmap, double* offsetX, double* offsetY, FxRenderInfo info, unsigned parmId,
+        double time) override;
 
     // Setting.
     BOOL setFloatValue_toParm_atTime(double value, unsigned parmId, double time) override;
     BOOL setIntValue_toParm_atTime(int value, unsigned parmId, double time) override;
     BOOL setBoolValue_toParm_atTime(BOOL value, unsigned parmId, double time) override;
-    BOOL setXValue_YValue_toParm_atTime(double x, double y, unsigned parmId,
-                                        double time) override;
+    BOOL setXValue_YValue_toParm_atTime(double x, double y, unsigned parmId, double time) override;
     BOOL setRedValue_GreenValue_BlueValue_toParm_atTime(double red, double green, double blue,
                                                         unsigned parmId, double time) override;
     BOOL setParameterFlags_toParm(FxParameterFlags flags, unsigned parmId) override;

@@ -16,7 +16,8 @@ void floatSlider(FxParameterCreationAPI* c, char const* name, unsigned id, doubl
 
 void popup(FxParameterCreationAPI* c, char const* name, unsigned id, unsigned def,
            std::vector<std::string> const& entries, unsigned flags) {
-    c->addPopupMenuWithName_parmId_defaultValue_menuEntries_parmFlags(name, id, def, entries, flags);
+    c->addPopupMenuWithName_parmId_defaultValue_menuEntries_parmFlags(name, id, def, entries,
+                                                                      flags);
 }
 
 } // namespace
@@ -29,8 +30,8 @@ int ParamsSetup(PluginHost_API* host) {
 
     c->startParameterSubGroup_parmId_parmFlags("3D Transform", kGroup3DTransform, 32);
     popup(c, "Light", kLight, 1, {"Frontlit", "Backlit"}, 33);
-    c->addPointParameterWithName_parmId_defaultX_defaultY_parmFlags("Baseline Start", kBaselineStart,
-                                                                    0.25, 0.75, 32);
+    c->addPointParameterWithName_parmId_defaultX_defaultY_parmFlags("Baseline Start",
+                                                                    kBaselineStart, 0.25, 0.75, 32);
     c->addPointParameterWithName_parmId_defaultX_defaultY_parmFlags("Baseline End", kBaselineEnd,
                                                                     0.75, 0.75, 32);
     c->addPointParameterWithName_parmId_defaultX_defaultY_parmFlags("Height and Slant",
@@ -86,9 +87,10 @@ int ParamsSetup(PluginHost_API* host) {
     floatSlider(c, "Source Opacity", kSourceOpacity, 100.0, 0.0, 100.0, 0.0, 100.0, 1.0, 8);
     floatSlider(c, "Mirrel Opacity", kMirrelOpacity, 100.0, 0.0, 100.0, 0.0, 100.0, 1.0, 8);
     popup(c, "Transfer Mode", kTransferMode, 1,
-          {"None", "Based on Light", "Behind", "Normal", "Add", "Multiply", "Screen", "Overlay",
-           "Soft Light", "Hard Light", "Color Dodge", "Color Burn", "Darken", "Lighten",
-           "Difference", "Exclusion", "Hue", "Saturation", "Color", "Luminosity"},
+          {"None",   "Based on Light", "Behind",     "Normal",     "Add",         "Multiply",
+           "Screen", "Overlay",        "Soft Light", "Hard Light", "Color Dodge", "Color Burn",
+           "Darken", "Lighten",        "Difference", "Exclusion",  "Hue",         "Saturation",
+           "Color",  "Luminosity"},
           0);
     c->endParameterSubGroup();
     return 1;

@@ -77,8 +77,8 @@ int MultiplyAlpha(P, C, A, V, F, PluginHost_API* host, float factor, PluginRaste
     PluginRasterInfo info;
     host->getRasterInfo(raster, &info);
     V const f = P::fromFloat(factor);
-    alpha_detail::forEachPixel<P>(info,
-                                  [f](C* px) { px[P::ALPHA] = C(P::multiply(V(px[P::ALPHA]), f)); });
+    alpha_detail::forEachPixel<P>(
+        info, [f](C* px) { px[P::ALPHA] = C(P::multiply(V(px[P::ALPHA]), f)); });
     return 0;
 }
 
@@ -97,7 +97,8 @@ int BlendAlphaImagesPreMult(P, C, A, V, F, PluginHost_API*, float mix,
     for (int y = 0; y < dst->height; ++y) {
         auto const* s = reinterpret_cast<C const*>(src->row(y));
         auto* d = reinterpret_cast<C*>(dst->row(y));
-        for (int i = 0; i < dst->width * 4; ++i) d[i] = C(float(s[i]) * mix + float(d[i]) * keep + h);
+        for (int i = 0; i < dst->width * 4; ++i)
+            d[i] = C(float(s[i]) * mix + float(d[i]) * keep + h);
     }
     return 0;
 }

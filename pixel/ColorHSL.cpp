@@ -42,12 +42,24 @@ void hsl2rgb(float h, float s, float l, float& r, float& g, float& b) {
     int k = int(h);
     float f = h - k;
     switch (k) {
-    case 0: r = p, g = q + (p - q) * f, b = q; break;
-    case 1: r = q + (p - q) * (1 - f), g = p, b = q; break;
-    case 2: r = q, g = p, b = q + (p - q) * f; break;
-    case 3: r = q, g = q + (p - q) * (1 - f), b = p; break;
-    case 4: r = q + (p - q) * f, g = q, b = p; break;
-    default: r = p, g = q, b = q + (p - q) * (1 - f); break;
+    case 0:
+        r = p, g = q + (p - q) * f, b = q;
+        break;
+    case 1:
+        r = q + (p - q) * (1 - f), g = p, b = q;
+        break;
+    case 2:
+        r = q, g = p, b = q + (p - q) * f;
+        break;
+    case 3:
+        r = q, g = q + (p - q) * (1 - f), b = p;
+        break;
+    case 4:
+        r = q + (p - q) * f, g = q, b = p;
+        break;
+    default:
+        r = p, g = q, b = q + (p - q) * (1 - f);
+        break;
     }
     float y = 0.299f * r + 0.587f * g + 0.114f * b;
     if (y >= l) {

@@ -80,7 +80,8 @@ template <class Order> struct Traits32 : Order {
 };
 
 // Render-library-only depths: only the full scale is read.
-template <class Order, class Channel, class Working, int Full, int Bytes> struct TraitsScale : Order {
+template <class Order, class Channel, class Working, int Full, int Bytes>
+struct TraitsScale : Order {
     using C = Channel;
     using V = Working;
     static constexpr int BYTES = Bytes;
@@ -117,20 +118,15 @@ MIRREL_PIXEL_TRAIT(PIXEL_ARGB15, pixel_detail::ScaleARGB15);
 
 // The five template arguments of a format, told once. Instantiate image templates as
 // Fn<PIXEL_X, PIXEL_X::C, Acc<PIXEL_X>, PIXEL_X::V, PIXEL_X::FORMAT>.
-template <class P> struct PixelAccumulator {
-    using type = double;
-};
-template <> struct PixelAccumulator<PIXEL_ARGB8> {
-    using type = int;
-};
-template <> struct PixelAccumulator<PIXEL_RGBA8> {
-    using type = int;
-};
-template <> struct PixelAccumulator<PIXEL_BGRA8> {
-    using type = int;
-};
+template <class P> struct PixelAccumulator { using type = double; };
+template <> struct PixelAccumulator<PIXEL_ARGB8> { using type = int; };
+template <> struct PixelAccumulator<PIXEL_RGBA8> { using type = int; };
+template <> struct PixelAccumulator<PIXEL_BGRA8> { using type = int; };
 
 // Expands to the five type arguments of a trait.
-#define PIXEL_ARGS(P) P, P::C, PixelAccumulator<P>::type, P::V, P::FORMAT
+#define PIXEL_ARGS(P)                                                                              \
+    P, typename P::C, typename PixelAccumulator<P>::type, typename P::V, typename P::FORMAT
 // Expands to the five dummy values that select the instance.
-#define PIXEL_VALUES(P) P(), P::C(), PixelAccumulator<P>::type(), P::V(), P::FORMAT()
+#define PIXEL_VALUES(P)                                                                            \
+    P(), typename P::C(), typename PixelAccumulator<P>::type(), typename P::V(),                   \
+        typename P::FORMAT()

@@ -12,19 +12,23 @@ class FxBitmap;
 class FxParameterCreationAPI {
   public:
     virtual ~FxParameterCreationAPI() = default;
-    virtual BOOL addFloatSliderWithName_parmId_defaultValue_parameterMin_parameterMax_sliderMin_sliderMax_delta_parmFlags(
+    virtual BOOL
+    addFloatSliderWithName_parmId_defaultValue_parameterMin_parameterMax_sliderMin_sliderMax_delta_parmFlags(
         std::string const& name, unsigned parmId, double defaultValue, double parameterMin,
         double parameterMax, double sliderMin, double sliderMax, double delta,
         FxParameterFlags flags) = 0;
-    virtual BOOL addIntSliderWithName_parmId_defaultValue_parameterMin_parameterMax_sliderMin_sliderMax_delta_parmFlags(
+    virtual BOOL
+    addIntSliderWithName_parmId_defaultValue_parameterMin_parameterMax_sliderMin_sliderMax_delta_parmFlags(
         std::string const& name, unsigned parmId, int defaultValue, int parameterMin,
         int parameterMax, int sliderMin, int sliderMax, int delta, FxParameterFlags flags) = 0;
     // Angles are declared in degrees and read back in radians.
     virtual BOOL addAngleSliderWithName_parmId_defaultValue_parameterMin_parameterMax_parmFlags(
         std::string const& name, unsigned parmId, double defaultDegrees, double minDegrees,
         double maxDegrees, FxParameterFlags flags) = 0;
-    virtual BOOL addToggleButtonWithName_parmId_defaultValue_parmFlags(
-        std::string const& name, unsigned parmId, BOOL defaultValue, FxParameterFlags flags) = 0;
+    virtual BOOL addToggleButtonWithName_parmId_defaultValue_parmFlags(std::string const& name,
+                                                                       unsigned parmId,
+                                                                       BOOL defaultValue,
+                                                                       FxParameterFlags flags) = 0;
     virtual BOOL addPopupMenuWithName_parmId_defaultValue_menuEntries_parmFlags(
         std::string const& name, unsigned parmId, unsigned defaultValue,
         std::vector<std::string> const& entries, FxParameterFlags flags) = 0;

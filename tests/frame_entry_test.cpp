@@ -40,8 +40,8 @@ TEST(FrameEntry, ZeroBrightnessUnderNoneGivesAnEmptyFrame) {
 }
 
 TEST(FrameEntry, NearZeroBrightnessPassesTheSourceThroughExactly) {
-    for (auto rows : {MemoryImage::Rows::TopDown, MemoryImage::Rows::Padded,
-                      MemoryImage::Rows::BottomUp}) {
+    for (auto rows :
+         {MemoryImage::Rows::TopDown, MemoryImage::Rows::Padded, MemoryImage::Rows::BottomUp}) {
         for (auto format : {RF_ARGB8, RF_RGBA8, RF_ARGB16, RF_RGBA16, RF_ARGB32, RF_RGBA32}) {
             Frame f(format, rows);
             f.host.params.setConstant(kBrightness, {0.000005});

@@ -7,9 +7,24 @@
 
 int bytesPerPixel(PluginRasterFormat format) {
     switch (int(format)) {
-    case 3: case 4: case 5: case 6: case 7: case 8: case 13: case 17: case 18: return 8;
-    case 9: case 10: case 11: case 14: case 20: return 16;
-    default: return 4;
+    case 3:
+    case 4:
+    case 5:
+    case 6:
+    case 7:
+    case 8:
+    case 13:
+    case 17:
+    case 18:
+        return 8;
+    case 9:
+    case 10:
+    case 11:
+    case 14:
+    case 20:
+        return 16;
+    default:
+        return 4;
     }
 }
 
@@ -51,11 +66,26 @@ void MemoryImage::fillBytes(unsigned seed) {
 
 PluginRaster_API::PixelType MemoryRaster::getPixelType() {
     switch (int(m_info.format)) {
-    case 3: case 4: case 13: return PixelType(1);
-    case 5: case 6: case 17: case 18: return PixelType(2);
-    case 7: case 8: return PixelType(3);
-    case 9: case 10: case 11: case 14: case 20: return PixelType(4);
-    default: return PixelType(0);
+    case 3:
+    case 4:
+    case 13:
+        return PixelType(1);
+    case 5:
+    case 6:
+    case 17:
+    case 18:
+        return PixelType(2);
+    case 7:
+    case 8:
+        return PixelType(3);
+    case 9:
+    case 10:
+    case 11:
+    case 14:
+    case 20:
+        return PixelType(4);
+    default:
+        return PixelType(0);
     }
 }
 
@@ -125,7 +155,9 @@ int MemoryHost::copy(PluginRaster_API* src, PluginRaster_API* dst, TX_Rect* sr, 
     return 0;
 }
 
-PluginRaster_API* MemoryHost::getInputRaster(int) { return new MemoryRaster(m_input->info, false); }
+PluginRaster_API* MemoryHost::getInputRaster(int) {
+    return new MemoryRaster(m_input->info, false);
+}
 
 PluginRaster_API* MemoryHost::getOutputRaster() {
     if (m_outputOverride) {
@@ -197,7 +229,9 @@ void* MemoryHost::lockMemory(void* handle) {
     return handle;
 }
 
-void MemoryHost::unlockMemory(void*) { --lockBalance; }
+void MemoryHost::unlockMemory(void*) {
+    --lockBalance;
+}
 
 void MemoryHost::deallocMemory(void* handle) {
     if (handle) --liveBlocks;
@@ -211,7 +245,9 @@ int MemoryHost::getSourceLayerDimensions(int& width, int& height) {
 }
 
 namespace {
-double toFrame(PluginHost_API::TimeObject const& t) { return t.getTime() / double(t.time_step()); }
+double toFrame(PluginHost_API::TimeObject const& t) {
+    return t.getTime() / double(t.time_step());
+}
 } // namespace
 
 int MemoryHost::GetFloatValue(int, int id, TimeObject const& t, double& value) {
@@ -252,5 +288,5 @@ int MemoryHost::GetPoint2DValue(int, int id, TimeObject const& t, double& x, dou
 
 int MemoryHost::GetColorValue(int, int id, TimeObject const& t, double& r, double& g, double& b) {
     return params.getRedValue_GreenValue_BlueValue_fromParm_atTime(&r, &g, &b, id, toFrame(t)) ? 0
-                                                                                              : 1;
+                                                                                               : 1;
 }
