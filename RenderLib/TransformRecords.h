@@ -1,0 +1,89 @@
+#pragma once
+// The records of a transform of a raster: what the caller wants (CoreRenderArguments), the
+// working record of one transform that kernels and line functions see (RenderSettings), and one
+// span (LineRenderStruct, filled by the scan converter).
+#include "Transform/Common/LineRenderStruct.h"
+#include "Transform/Common/TX_Point2D.h"
+#include "Transform/Common/TX_Rects.h"
+
+// A filter kernel: weight at distance x; the context is the RenderSettings that owns it.
+typedef double (*KernelFunction)(double x, void* settings);
+
+struct CoreRenderArguments {
+    int transformType; // 0 3D, 1 2D, 2 unit square to destQuad, 3 srcQuad to destQuad,
+                       // 4 srcQuad to unit square
+    int filter;        // kernel id: 0 nearest, 1 bilinear, 22 supersampled, others tabled
+    double kernelScale;
+    bool clampNegative;
+    int kernelIndex;
+    double mitchellB, mitchellC;
+    bool sharpen;
+    int sharpenFilter;
+    double sharpenB, sharpenC;
+    double sharpenSize;
+    double sharpenAmount;
+    bool sharpenClamp;
+    int transformOrder;
+    double scale, scaleX, scaleY, scaleZ;
+    double translateX, translateY, translateZ;
+    int rotationOrder;
+    double rotationX, rotationY, rotationZ;
+    double centerX, centerY, centerZ;
+    double destQuad[4][2];
+    double srcQuad[4][2];
+    int renderMode; // 0 matrix from these arguments, 1 at output size, 2 and 3 explicit corners
+    bool useMatrix;
+    double matrix[4][4];
+    int referenceWidth;
+    int referenceHeight;
+    double referenceDepth;
+};
+
+// The defaults: a 2D bilinear transform of the unit square onto itself.
+void initializeCoreRenderArguments(CoreRenderArguments* args);
+
+struct RenderSettings {
+    int renderMode;
+    double destQuadStored[4][2]; // top left, top right, bottom left, bottom right
+    LineFunction lineFunction;   // whole pixels of a span
+    void* lineData;
+    LineFunction edgeFunction; // border pixels, with coverage
+    unsigned char* srcPixels;
+    int srcPixelBytes;
+    int srcRowBytes;
+    unsigned char* dstPixels;
+    int dstRowBytes;
+    int dstTop;     // first destination row in scan coordinates
+    int interpMode; // 0 nearest, 1 bilinear, 2 kernel table, 3 supersampled
+    // Sampling bounds, inclusive; empty until set.
+    int srcLeft = 0, srcTop = 0, srcRight = -1, srcBottom = -1;
+    int outputWidth, outputHeight;
+    int width, height;
+    int minValue, maxValue;
+    KernelFunction kernelFunc;
+    KernelFunction sharpenKernelA;
+    KernelFunction sharpenKernelB;
+    double mitchellCoeffs[3][7]; // block 0 plain kernel, 1 kernel A, 2 kernel B
+    double kaiserParams[3][2];   // alpha and 1 / bessel_i0(alpha), blocks as above
+    float sharpenSizeRatio;
+    float sharpenAmount;
+    int kernelPass;        // which block a parametrised kernel reads now
+    float kernelLut[2570]; // 256 rows of kernelSize weights, packed
+    int kernelSize;
+    double kernelScale;
+    TX_IRect dstRect;
+    TX_IRect srcRect;
+    TX_Point2D corners[4]; // top left, bottom left, bottom right, top right
+    int offsetX, offsetY;
+    TX_Point2D secondCorners[4];
+    double srcQuadStored[4][2];
+    int alphaIndex;
+    double ssWeights[9];
+    double ssOffsetX[9];
+    double ssOffsetY[9];
+    bool useInputTransform;
+    double inputX, inputY, inputScaleX, inputScaleY, inputRotation;
+
+    // Only the bounds, rectangles and corners are set; the caller fills the rest.
+    RenderSettings() {}
+};

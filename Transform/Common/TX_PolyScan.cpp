@@ -1,0 +1,103 @@
+#include "Transform/Common/TX_Poly.h"
+
+#include <cmath>
+#include <cstring>
+
+namespace {
+// The largest float: no real vertex lies above it.
+const double kNoTop = 3.4028234663852886e38;
+
+void stepEdge(TX_Poly_vert& p, const TX_Poly_vert& dp, unsigned long mask) {
+    double* v = p.fields();
+    const double* d = dp.fields();
+    for (int i = 0; mask != 0; mask >>= 1, ++i)
+        if (mask & 1) v[i] += d[i];
+}
+} // namespace
+
+void TX_Poly::poly_scan(TX_Window* win, int left, int, int right, int) {
+    TX_ASSERT(!(m_n > POLY_NMAX), "!(m_n>POLY_NMAX)");
+
+    double ymin = kNoTop;
+    int top = -1;
+    for (int i = 0; i < m_n; ++i) {
+        if (m_vert[i].sy < ymin) {
+            ymin = m_vert[i].sy;
+            top = i;
+        }
+    }
+    if (top < 0) return;
+
+    // Rows whose centre y + 0.5 lies within the polygon's extent.
+    int y = int(std::ceil(ymin - 0.5));
+    int ly = y - 1, ry = y - 1;
+    int li = top, ri = top;
+    int rem = m_n;
+    const unsigned long mask = m_mask & ~POLY_MASK_SY;
+
+    TX_Poly_vert l, dl, r, dr;
+    std::memset(&l, 0, sizeof(l));
+    dl = r = dr = l;
+
+    while (rem > 0) {
+        // Advance the left edge (walking the ring backwards) past vertices at or above row y.
+        while (rem >= 1 && y >= ly) {
+            const int i = (li == 0) ? m_n - 1 : li - 1;
+            --rem;
+            incrementalize_y(m_vert[li].fields(), m_vert[i].fields(), l.fields(), dl.fields(), y,
+                             mask);
+            ly = int(std::floor(m_vert[i].sy + 0.5));
+            li = i;
+        }
+        while (rem >= 1 && y >= ry) {
+            const int i = (ri == m_n - 1) ? 0 : ri + 1;
+            --rem;
+            incrementalize_y(m_vert[ri].fields(), m_vert[i].fields(), r.fields(), dr.fields(), y,
+                             mask);
+            ry = int(std::floor(m_vert[i].sy + 0.5));
+            ri = i;
+        }
+        while (y < ly && y < ry) {
+            if (y >= win->y0 && y <= win->y1) {
+                // Either winding: the edge further left this row is the span's start.
+                if (r.sx >= l.sx)
+                    scanline(y, left, right, &l, &r, win, mask);
+                else
+                    scanline(y, left, right, &r, &l, win, mask);
+            }
+            ++y;
+            stepEdge(l, dl, mask);
+            stepEdge(r, dr, mask);
+        }
+    }
+}
+
+void TX_Poly::scanline(int y, int left, int right, TX_Poly_vert* lo, TX_Poly_vert* hi,
+                       TX_Window* win, unsigned long mask) {
+    mask &= ~POLY_MASK_SX;
+    // Pixels whose centre x + 0.5 lies between the edges.
+    const double cl = std::ceil(lo->sx - 0.5);
+    const double cr = std::floor(hi->sx - 0.5);
+    const int xl = cl > win->x0 ? int(cl) : win->x0;
+    const int xr = cr < win->x1 ? int(cr) : win->x1;
+    if (xl > xr) return;
+
+    TX_Poly_vert p, dp;
+    std::memset(&p, 0, sizeof(p));
+    dp = p;
+    incrementalize_x(lo->fields(), hi->fields(), p.fields(), dp.fields(), xl, mask);
+
+    LineRenderStruct span;
+    span.u = p.u;
+    span.v = p.v;
+    span.q = p.q;
+    span.du = dp.u;
+    span.dv = dp.v;
+    span.dq = dp.q;
+    span.leftCount = xl - left;
+    span.count = xr - xl + 1;
+    span.rightCount = right - xr;
+    span.dest = m_pixels + std::ptrdiff_t(y - m_rowOrigin) * m_rowBytes;
+    span.coverage = nullptr;
+    m_lineFunction(m_userData, &span);
+}
