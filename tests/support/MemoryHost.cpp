@@ -168,12 +168,20 @@ PluginRaster_API* MemoryHost::getOutputRaster() {
     return new MemoryRaster(m_output->info, false);
 }
 
-PluginRaster_API* MemoryHost::allocRaster(int width, int height, PluginRaster_API::PixelType,
+PluginRaster_API* MemoryHost::allocRaster(int width, int height, PluginRaster_API::PixelType type,
                                           int& error, int) {
     ++allocRasterCalls;
     if (failAllocRasterAt == allocRasterCalls) return nullptr;
     RasterInfo info;
     getOutputRasterInfo(&info);
+    // The output's layout, unless another depth is asked for: then packed A R G B of that depth.
+    if (MemoryRaster(info, false).getPixelType() != type) {
+        static PluginRasterFormat const byType[] = {RF_ARGB8, RF_ARGB15, RF_ARGB14, RF_ARGB16,
+                                                    RF_ARGB32};
+        info.format = byType[int(type) >= 0 && int(type) <= 4 ? int(type) : 0];
+        info.pixelBytes = bytesPerPixel(info.format);
+        info.rowBytes = 0;
+    }
     info.width = width;
     info.height = height;
     if (info.rowBytes < width * info.pixelBytes) info.rowBytes = width * info.pixelBytes;

@@ -1,0 +1,191 @@
+#pragma once
+#include "RenderLib/TentBlur.h"
+#include "host/PluginHost_API.h"
+#include "pixel/PixelFormats.h"
+#include "pixel/Traits.h"
+
+#include <cmath>
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <type_traits>
+
+// Two-dimensional blurs of a raster in place, built from tent passes: a horizontal pass into a
+// scratch raster and a vertical one back. A fractional radius blends the blurs of the two
+// integer radii around it.
+
+namespace blur_detail {
+
+// A scratch raster of the given size and the picture's depth, returned on every way out.
+struct ScratchRaster {
+    PluginRasterProxy proxy;
+    PluginRasterInfo info;
+    int error = 0;
+
+    ScratchRaster(PluginHost_API* host, int width, int height, PluginRasterFormat format)
+        : proxy(host, nullptr, false, true) {
+        PluginRaster_API* raster =
+            host->allocRaster(width, height, convertToPixelType(format), error, 0);
+        if (raster) {
+            proxy.setRaster(raster, true);
+            host->getRasterInfo(raster, &info);
+        }
+    }
+    bool valid() { return proxy.getImpl() != nullptr && info.data != nullptr; }
+};
+
+// Integer channels round the blend, float ones do not.
+template <class C> inline C blendChannel(C a, float fa, C b, float fb) {
+    if constexpr (std::is_floating_point_v<C>)
+        return C(float(a) * fa + float(b) * fb);
+    else
+        return C(int(float(a) * fa + float(b) * fb + 0.5f));
+}
+
+} // namespace blur_detail
+
+// Horizontal then vertical tent at the truncated radius; the vertical radius is radius times
+// aspect, halved when the horizontal pass ramps.
+template <class P, class C, class A, class V, class F>
+int Internal_BlurFilter_RGBA(P p, C c, A a, V v, F f, PluginHost_API* host,
+                             PluginRasterInfo& raster, double radius, double aspect,
+                             bool progressive, int mode, bool alphaOnly) {
+    if (std::fabs(radius) <= 1e-5) return 0;
+    try {
+        blur_detail::ScratchRaster scratch(host, raster.width, raster.height, raster.format);
+        if (scratch.error != 0) return scratch.error;
+        if (!scratch.valid()) return 1;
+        auto pass = alphaOnly ? &TentBlurPass_A<P, C, A, V, F> : &TentBlurPass_RGBA<P, C, A, V, F>;
+        pass(p, c, a, v, f, host, raster, scratch.info, blur_detail::truncToInt(radius), false,
+             progressive, mode);
+        if (progressive) radius *= 0.5;
+        pass(p, c, a, v, f, host, scratch.info, raster, blur_detail::truncToInt(radius * aspect),
+             true, false, mode);
+        return 0;
+    } catch (...) {
+        return 1;
+    }
+}
+
+// Blur at a fractional radius: the blurs at floor(radius) and one more, mixed by the fraction.
+template <class P, class C, class A, class V, class F>
+int BlurFilter_RGBA(P p, C c, A a, V v, F f, PluginHost_API* host, PluginRasterInfo& raster,
+                    double radius, double aspect, bool progressive, int mode, bool alphaOnly) {
+    int const r0 = blur_detail::truncToInt(std::floor(radius));
+    float const frac = float(radius - r0);
+    float const inv = 1.0f - frac;
+    if (std::fabs(inv) <= 1e-5)
+        return Internal_BlurFilter_RGBA(p, c, a, v, f, host, raster, radius, aspect, progressive,
+                                        mode, alphaOnly);
+    try {
+        blur_detail::ScratchRaster scratch(host, raster.width, raster.height, raster.format);
+        if (!scratch.valid()) return 1;
+        std::size_t const rowCopy =
+            std::size_t(std::min(std::abs(raster.rowBytes), std::abs(scratch.info.rowBytes)));
+        for (int y = 0; y < raster.height; ++y)
+            std::memcpy(scratch.info.row(y), raster.row(y), rowCopy);
+        Internal_BlurFilter_RGBA(p, c, a, v, f, host, scratch.info, double(r0), aspect,
+                                 progressive, mode, alphaOnly);
+        Internal_BlurFilter_RGBA(p, c, a, v, f, host, raster, double(r0 + 1), aspect, progressive,
+                                 mode, alphaOnly);
+        for (int y = 0; y < raster.height; ++y) {
+            C* d = reinterpret_cast<C*>(raster.row(y));
+            C const* s = reinterpret_cast<C const*>(scratch.info.row(y));
+            if (alphaOnly) {
+                for (int x = 0; x < raster.width; ++x, d += 4, s += 4)
+                    d[P::ALPHA] = blur_detail::blendChannel(d[P::ALPHA], frac, s[P::ALPHA], inv);
+            } else {
+                for (int i = 0; i < raster.width * 4; ++i)
+                    d[i] = blur_detail::blendChannel(d[i], frac, s[i], inv);
+            }
+        }
+        return 0;
+    } catch (...) {
+        return 1;
+    }
+}
+
+// BlurFilter_RGBA on a raster of one channel value a pixel, through a four-channel scratch
+// raster whose alpha carries the values.
+template <class P, class C, class A, class V, class F>
+int BlurFilter_A(P p, C c, A a, V v, F f, PluginHost_API* host, PluginRasterInfo& raster,
+                 double radius, double aspect, bool progressive, int mode) {
+    if (std::fabs(radius) <= 1e-5) return 0;
+    try {
+        blur_detail::ScratchRaster scratch(host, raster.width, raster.height, raster.format);
+        if (!scratch.valid()) return 1;
+        for (int y = 0; y < raster.height; ++y) {
+            C const* s = reinterpret_cast<C const*>(raster.row(y));
+            C* d = reinterpret_cast<C*>(scratch.info.row(y));
+            for (int x = 0; x < raster.width; ++x, d += 4) d[0] = d[1] = d[2] = d[3] = s[x];
+        }
+        BlurFilter_RGBA(p, c, a, v, f, host, scratch.info, radius, aspect, progressive, mode,
+                        true);
+        for (int y = 0; y < raster.height; ++y) {
+            C const* s = reinterpret_cast<C const*>(scratch.info.row(y));
+            C* d = reinterpret_cast<C*>(raster.row(y));
+            for (int x = 0; x < raster.width; ++x, s += 4) d[x] = s[P::ALPHA];
+        }
+        return 0;
+    } catch (...) {
+        return 1;
+    }
+}
+
+// Blur along one direction only, with a radius that runs linearly from radiusStart on the
+// first line to radiusEnd on the last: columns (radius along x) or rows (radius along y).
+template <class P, class C, class A, class V, class F>
+int InterpBlurFilter_RGBA(P p, C c, A a, V v, F f, PluginHost_API* host, PluginRasterInfo& raster,
+                          double radiusStart, double radiusEnd, bool, bool columns) {
+    try {
+        int const width = raster.width, height = raster.height;
+        blur_detail::ScratchRaster scratch(host, std::max(width, height), 3, raster.format);
+        if (!scratch.valid()) return 1;
+        for (int k = 0; k < 3; ++k)
+            std::memset(scratch.info.row(k), 0,
+                        std::size_t(scratch.info.width) * scratch.info.pixelBytes);
+        unsigned char* line0 = scratch.info.row(0);
+        unsigned char* line1 = scratch.info.row(1);
+        unsigned char* line2 = scratch.info.row(2);
+        int const n = columns ? width : height;
+        int const m = columns ? height : width;
+        std::size_t const pb = std::size_t(raster.pixelBytes);
+        int const channels = int(pb / sizeof(C)) < 4 ? int(pb / sizeof(C)) : 4;
+        std::size_t const rowCopy =
+            std::size_t(std::min(std::abs(raster.rowBytes), std::abs(scratch.info.rowBytes)));
+        auto pixel = [&](int i, int j) {
+            return columns ? raster.row(j) + i * pb : raster.row(i) + j * pb;
+        };
+        for (int i = 0; i < n; ++i) {
+            double const t = double(i) / double(n - 1);
+            double const r = (1.0 - t) * radiusStart + t * radiusEnd;
+            if (std::fabs(r) <= 1e-5) continue;
+            int const ri = blur_detail::truncToInt(std::floor(r));
+            float const frac = float(r - ri);
+            float const inv = 1.0f - frac;
+            if (columns) {
+                for (int j = 0; j < m; ++j) std::memcpy(line0 + j * pb, pixel(i, j), pb);
+            } else {
+                std::memcpy(line0, raster.row(i), rowCopy);
+            }
+            LineTentBlurPass_RGBA(p, c, a, v, f, host, reinterpret_cast<F*>(line0),
+                                  reinterpret_cast<F*>(line1), m, ri);
+            if (std::fabs(inv) <= 1e-5) {
+                for (int j = 0; j < m; ++j) std::memcpy(pixel(i, j), line1 + j * pb, pb);
+                continue;
+            }
+            LineTentBlurPass_RGBA(p, c, a, v, f, host, reinterpret_cast<F*>(line0),
+                                  reinterpret_cast<F*>(line2), m, ri + 1);
+            for (int j = 0; j < m; ++j) {
+                C* d = reinterpret_cast<C*>(pixel(i, j));
+                C const* s1 = reinterpret_cast<C const*>(line1 + j * pb);
+                C const* s2 = reinterpret_cast<C const*>(line2 + j * pb);
+                for (int k = 0; k < channels; ++k)
+                    d[k] = blur_detail::blendChannel(s2[k], frac, s1[k], inv);
+            }
+        }
+        return 0;
+    } catch (...) {
+        return 1;
+    }
+}

@@ -1,0 +1,84 @@
+#pragma once
+#include "host/PluginHost_API.h"
+#include "pixel/Traits.h"
+
+#include <cstring>
+#include <type_traits>
+
+// The fixed 3x3 smoothing (1 2 1, 2 4 2, 1 2 1) / 16 that the mip levels pass through, in place
+// on a packed image. The image is copied to a scratch block first, so every tap reads the
+// original values. Integer channels sum as integers and shift, so the result truncates.
+
+namespace blur_detail {
+
+template <class C, int N> int smooth3x3(PluginHost_API* host, C* pixels, int width, int height) {
+    static int const _weights[9] = {1, 2, 1, 2, 4, 2, 1, 2, 1};
+    int const bytes = width * height * N * int(sizeof(C));
+    void* handle = host->allocMemory(bytes);
+    if (!handle) return 1;
+    C* copy = static_cast<C*>(host->lockMemory(handle));
+    if (!copy) {
+        host->unlockMemory(handle);
+        host->deallocMemory(handle);
+        return 1;
+    }
+    std::memcpy(copy, pixels, std::size_t(bytes));
+    int const stride = width * N;
+
+    auto store = [&](C* out, auto const& tap) {
+        for (int c = 0; c < N; ++c) {
+            if constexpr (std::is_floating_point_v<C>) {
+                float sum = 0.0f;
+                for (int k = 0; k < 9; ++k) sum += float(_weights[k]) * float(tap(k)[c]);
+                out[c] = C(sum * 0.0625f);
+            } else {
+                int sum = 0;
+                for (int k = 0; k < 9; ++k) sum += _weights[k] * int(tap(k)[c]);
+                out[c] = C(sum >> 4);
+            }
+        }
+    };
+
+    // Interior: no clamping.
+    for (int y = 1; y < height - 1; ++y) {
+        for (int x = 1; x < width - 1; ++x) {
+            C const* centre = copy + y * stride + x * N;
+            store(pixels + y * stride + x * N,
+                  [&](int k) { return centre + (k / 3 - 1) * stride + (k % 3 - 1) * N; });
+        }
+    }
+    // Border: the taps are clamped into the image, repeating the edge.
+    auto border = [&](int x, int y) {
+        store(pixels + y * stride + x * N, [&](int k) {
+            int tx = x + k % 3 - 1, ty = y + k / 3 - 1;
+            tx = tx < 0 ? 0 : (tx > width - 1 ? width - 1 : tx);
+            ty = ty < 0 ? 0 : (ty > height - 1 ? height - 1 : ty);
+            return copy + ty * stride + tx * N;
+        });
+    };
+    for (int y = 0; y < height; ++y) {
+        if (y == 0 || y == height - 1) {
+            for (int x = 0; x < width; ++x) border(x, y);
+        } else {
+            border(0, y);
+            if (width > 1) border(width - 1, y);
+        }
+    }
+    host->unlockMemory(handle);
+    host->deallocMemory(handle);
+    return 0;
+}
+
+} // namespace blur_detail
+
+// 3x3 smoothing of a packed four-channel image. 0, or 1 when scratch memory fails.
+template <class P, class C, class A, class V, class F>
+int gauss1_RGBA(P, C, A, V, F, PluginHost_API* host, F* pixels, int width, int height) {
+    return blur_detail::smooth3x3<C, 4>(host, reinterpret_cast<C*>(pixels), width, height);
+}
+
+// The same on a packed image of one channel.
+template <class P, class C, class A, class V, class F>
+int gauss1_A(P, C, A, V, F, PluginHost_API* host, C* pixels, int width, int height) {
+    return blur_detail::smooth3x3<C, 1>(host, pixels, width, height);
+}

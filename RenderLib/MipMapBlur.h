@@ -1,0 +1,222 @@
+#pragma once
+#include "RenderLib/Gauss1.h"
+#include "RenderLib/TentBlur.h"
+#include "Transform/Common/TX_Line2D.h"
+#include "host/PluginHost_API.h"
+#include "pixel/Traits.h"
+
+#include <algorithm>
+#include <cstring>
+#include <type_traits>
+
+// Blur that grows with the distance from a line: a pyramid of smoothed, halved copies of the
+// picture is built, and each pixel mixes the two levels that fit its distance. Level 0 is the
+// picture, level 1 its smoothed copy at full size, level k from 2 on half the size of level k - 1.
+// With radius k, level n is reached at distance 2^(n-1) / k.
+
+namespace blur_detail {
+
+// Factor that takes a channel value to 0..1.
+template <class P> inline float unitScale() {
+    using C = typename P::C;
+    if constexpr (std::is_floating_point_v<C>) {
+        return 1.0f;
+    } else {
+        switch (int(P::MAX_VALUE())) {
+        case 255: return 0.003921569f;
+        case 16384: return 6.1035156e-05f;
+        case 32768: return 3.0517578e-05f;
+        default: return 1.5259022e-05f;
+        }
+    }
+}
+
+// Integer channels truncate after every step; float ones carry on.
+template <class C> inline C lerpChannel(C a, C b, float f) {
+    if constexpr (std::is_floating_point_v<C>)
+        return a + (b - a) * f;
+    else
+        return C(int(float(a) + float(int(b) - int(a)) * f));
+}
+
+template <class C> inline C scaleChannel(C v, float f) {
+    if constexpr (std::is_floating_point_v<C>)
+        return v * f;
+    else
+        return C(int(float(v) * f));
+}
+
+// Unlocks and frees the host blocks it was given, in reverse order, on every way out.
+struct HostBlocks {
+    PluginHost_API* host;
+    void* handles[16] = {};
+    int count = 0;
+    explicit HostBlocks(PluginHost_API* h) : host(h) {}
+    HostBlocks(HostBlocks const&) = delete;
+    HostBlocks& operator=(HostBlocks const&) = delete;
+    // A locked block of the given size, or null.
+    void* take(int bytes) {
+        void* handle = host->allocMemory(bytes);
+        if (!handle) return nullptr;
+        handles[count++] = handle;
+        return host->lockMemory(handle);
+    }
+    ~HostBlocks() {
+        while (count > 0) {
+            void* handle = handles[--count];
+            host->unlockMemory(handle);
+            host->deallocMemory(handle);
+        }
+    }
+};
+
+template <class C, int N> struct MipLevel {
+    unsigned char* data = nullptr;
+    std::ptrdiff_t rowBytes = 0;
+    int width = 0, height = 0, shift = 0;
+    C const* at(int x, int y) const {
+        return reinterpret_cast<C const*>(data + y * rowBytes) + std::ptrdiff_t(x) * N;
+    }
+};
+
+// Bilinear read of a level at picture coordinates (x, y).
+template <class C, int N> void sampleLevel(MipLevel<C, N> const& lv, int x, int y, C* out) {
+    int const s = lv.shift;
+    if (s == 0) {
+        std::memcpy(out, lv.at(x, y), sizeof(C) * N);
+        return;
+    }
+    int const half = 1 << (s - 1);
+    int const X = std::max(x - half, 0), Y = std::max(y - half, 0);
+    int const ix = std::min(X >> s, lv.width - 1), iy = std::min(Y >> s, lv.height - 1);
+    float const fx = float(X - (ix << s)) / float(1 << s);
+    float const fy = float(Y - (iy << s)) / float(1 << s);
+    int const jx = ix == lv.width - 1 ? ix : ix + 1;
+    int const jy = iy == lv.height - 1 ? iy : iy + 1;
+    C const *tl = lv.at(ix, iy), *tr = lv.at(jx, iy), *bl = lv.at(ix, jy), *br = lv.at(jx, jy);
+    for (int c = 0; c < N; ++c) {
+        C const top = lerpChannel(tl[c], tr[c], fx);
+        C const bottom = lerpChannel(bl[c], br[c], fx);
+        out[c] = lerpChannel(top, bottom, fy);
+    }
+}
+
+// Number of pyramid levels for a picture: doublings until the larger side is covered, at most 10.
+inline int mipLevelCount(int width, int height) {
+    int levels = 1, span = 1;
+    while (std::max(width, height) - 1 > span) span *= 2, ++levels;
+    return std::min(levels, 10);
+}
+
+// The pyramid path on N channels a pixel (4, or 1 for a single-channel picture).
+template <class P, int N>
+int mipMapBlur(PluginHost_API* host, TX_Line2D& line, float radius, PluginRasterInfo* raster) {
+    using C = typename P::C;
+    float const d0 = float(line.distance(0.0, 0.0));
+    float const dX = float(line.distance(1.0, 0.0) - d0);
+    float const dY = float(line.distance(0.0, 1.0) - d0);
+    if (std::fabs(double(radius)) < 1e-5) return 0;
+
+    int const width = raster->width, height = raster->height;
+    int const L = mipLevelCount(width, height);
+    if (!raster->data) return 1;
+    try {
+        HostBlocks blocks(host);
+        MipLevel<C, N> level[11];
+        level[0].data = static_cast<unsigned char*>(raster->data);
+        level[0].rowBytes = raster->rowBytes;
+        level[0].width = width;
+        level[0].height = height;
+        for (int k = 1; k < L; ++k) {
+            MipLevel<C, N> const& src = level[k - 1];
+            MipLevel<C, N>& lv = level[k];
+            lv.width = k == 1 ? width : (src.width + 1) >> 1;
+            lv.height = k == 1 ? height : (src.height + 1) >> 1;
+            lv.shift = k == 1 ? 0 : k - 1;
+            lv.rowBytes = std::ptrdiff_t(lv.width) * N * sizeof(C);
+            lv.data = static_cast<unsigned char*>(
+                blocks.take(int(lv.rowBytes * lv.height)));
+            if (!lv.data) return 1;
+            if (k == 1) {
+                for (int y = 0; y < height; ++y)
+                    std::memcpy(lv.data + y * lv.rowBytes, raster->row(y), lv.rowBytes);
+            } else {
+                for (int y = 0; y < lv.height; ++y) {
+                    C* out = reinterpret_cast<C*>(lv.data + y * lv.rowBytes);
+                    int const sy = 2 * y, cy = sy > src.height - 1 ? 1 : 0;
+                    for (int x = 0; x < lv.width; ++x, out += N) {
+                        int const sx = 2 * x, cx = sx > src.width - 1 ? 1 : 0;
+                        C const *a = src.at(sx, sy), *b = src.at(sx + cx, sy),
+                                *c = src.at(sx, sy + cy), *e = src.at(sx + cx, sy + cy);
+                        for (int ch = 0; ch < N; ++ch) {
+                            if constexpr (std::is_floating_point_v<C>)
+                                out[ch] = (a[ch] + b[ch] + c[ch] + e[ch]) * 0.25f;
+                            else
+                                out[ch] = C((int(a[ch]) + b[ch] + c[ch] + e[ch]) >> 2);
+                        }
+                    }
+                }
+            }
+            if (lv.width > 2 && lv.height > 2 &&
+                smooth3x3<C, N>(host, reinterpret_cast<C*>(lv.data), lv.width, lv.height) != 0)
+                return 1;
+        }
+
+        int const alpha = N == 4 ? P::ALPHA : 0;
+        float const scale = unitScale<P>();
+        for (int y = 0; y < height; ++y) {
+            float const rowBase = d0 + dY * float(y);
+            C* px = reinterpret_cast<C*>(raster->row(y));
+            for (int x = 0; x < width; ++x) {
+                float const d = float(x) * dX + rowBase;
+                if (d < 0.0f) {
+                    // Beyond the line a four-channel walk stands still: the pixels after it
+                    // land behind their own places.
+                    if constexpr (N == 1) ++px;
+                    continue;
+                }
+                float const a = float(px[alpha]) * scale;
+                if (a == 0.0f) {
+                    px += N;
+                    continue;
+                }
+                int q = truncToInt(d * radius * 65536.0f);
+                int lvl = 0;
+                while (q > 65536) q >>= 1, ++lvl;
+                if (lvl > L - 1) {
+                    for (int ch = 0; ch < N; ++ch) px[ch] = C(0);
+                    px += N;
+                    continue;
+                }
+                if (lvl >= 1) q = 2 * q - 65536;
+                float f = float(q) * 1.5258789e-05f;
+                f = f < 0.0f ? 0.0f : (f > 1.0f ? 1.0f : f);
+                C c[N];
+                sampleLevel(level[lvl], x, y, c);
+                if (f > 0.0f) {
+                    if (lvl < L - 1) {
+                        C next[N];
+                        sampleLevel(level[lvl + 1], x, y, next);
+                        for (int ch = 0; ch < N; ++ch) c[ch] = lerpChannel(c[ch], next[ch], f);
+                    } else {
+                        for (int ch = 0; ch < N; ++ch) c[ch] = scaleChannel(c[ch], 1.0f - f);
+                    }
+                }
+                for (int ch = 0; ch < N; ++ch) px[ch] = scaleChannel(c[ch], a);
+                px += N;
+            }
+        }
+        return 0;
+    } catch (...) {
+        return 1;
+    }
+}
+
+} // namespace blur_detail
+
+// The pyramid path on a four-channel picture.
+template <class P, class C, class A, class V, class F>
+int progressiveBlur_RGBA(P, C, A, V, F, PluginHost_API* host, TX_Line2D& line, float radius,
+                         PluginRasterInfo* raster) {
+    return blur_detail::mipMapBlur<P, 4>(host, line, radius, raster);
+}
