@@ -4,8 +4,8 @@
 #include "pixel/PixelFormats.h"
 #include "pixel/Traits.h"
 
-#include <cmath>
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <type_traits>
@@ -84,8 +84,8 @@ int BlurFilter_RGBA(P p, C c, A a, V v, F f, PluginHost_API* host, PluginRasterI
             std::size_t(std::min(std::abs(raster.rowBytes), std::abs(scratch.info.rowBytes)));
         for (int y = 0; y < raster.height; ++y)
             std::memcpy(scratch.info.row(y), raster.row(y), rowCopy);
-        Internal_BlurFilter_RGBA(p, c, a, v, f, host, scratch.info, double(r0), aspect,
-                                 progressive, mode, alphaOnly);
+        Internal_BlurFilter_RGBA(p, c, a, v, f, host, scratch.info, double(r0), aspect, progressive,
+                                 mode, alphaOnly);
         Internal_BlurFilter_RGBA(p, c, a, v, f, host, raster, double(r0 + 1), aspect, progressive,
                                  mode, alphaOnly);
         for (int y = 0; y < raster.height; ++y) {
@@ -119,8 +119,7 @@ int BlurFilter_A(P p, C c, A a, V v, F f, PluginHost_API* host, PluginRasterInfo
             C* d = reinterpret_cast<C*>(scratch.info.row(y));
             for (int x = 0; x < raster.width; ++x, d += 4) d[0] = d[1] = d[2] = d[3] = s[x];
         }
-        BlurFilter_RGBA(p, c, a, v, f, host, scratch.info, radius, aspect, progressive, mode,
-                        true);
+        BlurFilter_RGBA(p, c, a, v, f, host, scratch.info, radius, aspect, progressive, mode, true);
         for (int y = 0; y < raster.height; ++y) {
             C const* s = reinterpret_cast<C const*>(scratch.info.row(y));
             C* d = reinterpret_cast<C*>(raster.row(y));

@@ -1,6 +1,7 @@
 #pragma once
 #include "RenderLib/Gauss1.h"
 #include "RenderLib/TentBlur.h"
+#include "RenderLib/TransformRecords.h"
 #include "Transform/Common/TX_Line2D.h"
 #include "host/PluginHost_API.h"
 #include "pixel/Traits.h"
@@ -23,10 +24,14 @@ template <class P> inline float unitScale() {
         return 1.0f;
     } else {
         switch (int(P::MAX_VALUE())) {
-        case 255: return 0.003921569f;
-        case 16384: return 6.1035156e-05f;
-        case 32768: return 3.0517578e-05f;
-        default: return 1.5259022e-05f;
+        case 255:
+            return 0.003921569f;
+        case 16384:
+            return 6.1035156e-05f;
+        case 32768:
+            return 3.0517578e-05f;
+        default:
+            return 1.5259022e-05f;
         }
     }
 }
@@ -112,6 +117,9 @@ inline int mipLevelCount(int width, int height) {
 template <class P, int N>
 int mipMapBlur(PluginHost_API* host, TX_Line2D& line, float radius, PluginRasterInfo* raster) {
     using C = typename P::C;
+    // The transform that made the picture may have moved its origin; the line follows.
+    if (auto* settings = static_cast<RenderSettings*>(host->getUserData()))
+        line.translate(settings->offsetX, settings->offsetY);
     float const d0 = float(line.distance(0.0, 0.0));
     float const dX = float(line.distance(1.0, 0.0) - d0);
     float const dY = float(line.distance(0.0, 1.0) - d0);
@@ -134,8 +142,7 @@ int mipMapBlur(PluginHost_API* host, TX_Line2D& line, float radius, PluginRaster
             lv.height = k == 1 ? height : (src.height + 1) >> 1;
             lv.shift = k == 1 ? 0 : k - 1;
             lv.rowBytes = std::ptrdiff_t(lv.width) * N * sizeof(C);
-            lv.data = static_cast<unsigned char*>(
-                blocks.take(int(lv.rowBytes * lv.height)));
+            lv.data = static_cast<unsigned char*>(blocks.take(int(lv.rowBytes * lv.height)));
             if (!lv.data) return 1;
             if (k == 1) {
                 for (int y = 0; y < height; ++y)

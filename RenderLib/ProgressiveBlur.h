@@ -15,10 +15,10 @@ int CommonRender_progressiveBlur(PluginHost_API* host, TX_Line2D& line, float ra
                                  bool forceFloat);
 
 #define MIRREL_PROGRESSIVE_BLUR(NAME)                                                              \
-    int CommonRender_##NAME##_progressiveBlur(                                                     \
-        PluginHost_API* host, TX_Line2D& line, float radius, float aspect, float fadeStart,        \
-        float fadeLength, int fadeType, PluginHost_API::RasterInfo* raster, bool alphaOnly,        \
-        int mode)
+    int CommonRender_##NAME##_progressiveBlur(PluginHost_API* host, TX_Line2D& line, float radius, \
+                                              float aspect, float fadeStart, float fadeLength,     \
+                                              int fadeType, PluginHost_API::RasterInfo* raster,    \
+                                              bool alphaOnly, int mode)
 MIRREL_PROGRESSIVE_BLUR(ARGB8);
 MIRREL_PROGRESSIVE_BLUR(BGRA8);
 MIRREL_PROGRESSIVE_BLUR(RGBA8);

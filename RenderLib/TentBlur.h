@@ -29,8 +29,16 @@ template <class T> inline int truncToInt(T v) {
 // Alpha position of a raster format, read at run time.
 inline int alphaIndexOfFormat(int format) {
     switch (format) {
-    case 0: case 3: case 5: case 7: case 9: case 19: case 20: return 0;
-    default: return format > 20 ? 0 : 3;
+    case 0:
+    case 3:
+    case 5:
+    case 7:
+    case 9:
+    case 19:
+    case 20:
+        return 0;
+    default:
+        return format > 20 ? 0 : 3;
     }
 }
 
@@ -43,7 +51,9 @@ void tentLine(unsigned char const* src, std::ptrdiff_t srcStep, unsigned char* d
     auto in = [&](int i, int c) {
         return double(reinterpret_cast<C const*>(src + std::ptrdiff_t(i) * srcStep)[first + c]);
     };
-    auto out = [&](int i) { return reinterpret_cast<C*>(dst + std::ptrdiff_t(i) * dstStep) + first; };
+    auto out = [&](int i) {
+        return reinterpret_cast<C*>(dst + std::ptrdiff_t(i) * dstStep) + first;
+    };
     if (r <= 0) {
         for (int i = 0; i < length; ++i)
             for (int c = 0; c < N; ++c) out(i)[c] = C(in(i, c));
@@ -59,9 +69,9 @@ void tentLine(unsigned char const* src, std::ptrdiff_t srcStep, unsigned char* d
         D[c] = 0.0;
         for (int k = 1; k <= r + 1; ++k) D[c] += in(k, c) - p0[c];
     }
-    unsigned char const* left = src + srcStep; // p[i - r] once i passes r
-    unsigned char const* mid = src + srcStep;                             // p[i + 1]
-    unsigned char const* right = src + std::ptrdiff_t(r + 2) * srcStep;   // p[i + r + 2]
+    unsigned char const* left = src + srcStep;                          // p[i - r] once i passes r
+    unsigned char const* mid = src + srcStep;                           // p[i + 1]
+    unsigned char const* right = src + std::ptrdiff_t(r + 2) * srcStep; // p[i + r + 2]
     unsigned char* o = dst;
     auto emit = [&] {
         C* q = reinterpret_cast<C*>(o) + first;
@@ -164,9 +174,8 @@ int LineTentBlurPass_RGBA(P, C, A, V, F, PluginHost_API*, F* src, F* dst, int le
 // progressive set the radius falls from full at the first line to none at the last; mode 3
 // squares that ramp. Mode -10 leaves rows alone and -11 columns.
 template <class P, class C, class A, class V, class F>
-int TentBlurPass_RGBA(P, C, A, V, F, PluginHost_API*, PluginRasterInfo& src,
-                      PluginRasterInfo& dst, int radius, bool vertical, bool progressive,
-                      int mode) {
+int TentBlurPass_RGBA(P, C, A, V, F, PluginHost_API*, PluginRasterInfo& src, PluginRasterInfo& dst,
+                      int radius, bool vertical, bool progressive, int mode) {
     return blur_detail::tentPass<C, 4>(src, dst, radius, vertical, progressive, mode, 0);
 }
 

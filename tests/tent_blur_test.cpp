@@ -48,7 +48,8 @@ TEST(TentBlur, ImpulseResponseIsTheTentInEveryLayout) {
     for (auto rows : {Rows::TopDown, Rows::Padded, Rows::BottomUp}) {
         MemoryImage src(RF_RGBA8, 5, 21, rows), dst(RF_RGBA8, 5, 21, rows);
         src.pixel<unsigned char>(2, 10)[1] = 160;
-        TentBlurPass_RGBA(PIXEL_VALUES(PIXEL_RGBA8), nullptr, src.info, dst.info, r, true, false, 0);
+        TentBlurPass_RGBA(PIXEL_VALUES(PIXEL_RGBA8), nullptr, src.info, dst.info, r, true, false,
+                          0);
         auto col = column<unsigned char>(dst, 2, 1);
         for (int y = 0; y < 21; ++y) {
             int const k = std::abs(y - 10);
@@ -114,9 +115,9 @@ TEST(TentBlur, AlphaPassWritesOnlyTheFormatsAlpha) {
     for (int y = 0; y < 6; ++y)
         for (int x = 0; x < 20; ++x)
             for (int c = 0; c < 4; ++c) {
-                unsigned short want = c == 3 ? full.pixel<unsigned short>(x, y)[3]
-                                             : reinterpret_cast<unsigned short*>(
-                                                   before.data())[(y * 20 + x) * 4 + c];
+                unsigned short want =
+                    c == 3 ? full.pixel<unsigned short>(x, y)[3]
+                           : reinterpret_cast<unsigned short*>(before.data())[(y * 20 + x) * 4 + c];
                 ASSERT_EQ(dst.pixel<unsigned short>(x, y)[c], want);
             }
 }
@@ -156,9 +157,9 @@ TEST(BlurFilter, FractionalRadiusBlendsTheTwoIntegerBlurs) {
     Picture a(RF_RGBA8, 23, 17, 9, Rows::Padded), lo(RF_RGBA8, 23, 17, 9, Rows::Padded),
         hi(RF_RGBA8, 23, 17, 9, Rows::Padded);
     auto original = a.img.bytes();
-    ASSERT_EQ(BlurFilter_RGBA(PIXEL_VALUES(PIXEL_RGBA8), &a.host, a.img.info, 2.5, 2.0, false, 0,
-                              false),
-              0);
+    ASSERT_EQ(
+        BlurFilter_RGBA(PIXEL_VALUES(PIXEL_RGBA8), &a.host, a.img.info, 2.5, 2.0, false, 0, false),
+        0);
     Internal_BlurFilter_RGBA(PIXEL_VALUES(PIXEL_RGBA8), &lo.host, lo.img.info, 2.0, 2.0, false, 0,
                              false);
     Internal_BlurFilter_RGBA(PIXEL_VALUES(PIXEL_RGBA8), &hi.host, hi.img.info, 3.0, 2.0, false, 0,
@@ -171,8 +172,8 @@ TEST(BlurFilter, FractionalRadiusBlendsTheTwoIntegerBlurs) {
 
     // A whole radius and one within 1e-5 below it both give the lower integer's blur.
     Picture w(RF_RGBA8, 23, 17, 9), n(RF_RGBA8, 23, 17, 9), ref(RF_RGBA8, 23, 17, 9);
-    Internal_BlurFilter_RGBA(PIXEL_VALUES(PIXEL_RGBA8), &ref.host, ref.img.info, 2.0, 1.0, false,
-                             0, false);
+    Internal_BlurFilter_RGBA(PIXEL_VALUES(PIXEL_RGBA8), &ref.host, ref.img.info, 2.0, 1.0, false, 0,
+                             false);
     BlurFilter_RGBA(PIXEL_VALUES(PIXEL_RGBA8), &w.host, w.img.info, 2.0, 1.0, false, 0, false);
     BlurFilter_RGBA(PIXEL_VALUES(PIXEL_RGBA8), &n.host, n.img.info, 2.999999, 1.0, false, 0, false);
     EXPECT_EQ(w.img.bytes(), ref.img.bytes());
@@ -183,7 +184,8 @@ TEST(BlurFilter, AlphaOnlyAndSingleChannelPathsAgree) {
     Picture four(RF_ARGB32, 19, 13, 2);
     for (int y = 0; y < 13; ++y)
         for (int x = 0; x < 19; ++x)
-            for (int c = 0; c < 4; ++c) four.img.pixel<float>(x, y)[c] = float((x * 7 + y * 3 + c) % 11);
+            for (int c = 0; c < 4; ++c)
+                four.img.pixel<float>(x, y)[c] = float((x * 7 + y * 3 + c) % 11);
     auto colours = four.img.bytes();
     // The single channel holds what alpha holds.
     MemoryImage single(RF_ARGB32, 19, 13);
@@ -193,7 +195,8 @@ TEST(BlurFilter, AlphaOnlyAndSingleChannelPathsAgree) {
         for (int x = 0; x < 19; ++x)
             reinterpret_cast<float*>(single.info.row(y))[x] = four.img.pixel<float>(x, y)[0];
 
-    BlurFilter_RGBA(PIXEL_VALUES(PIXEL_ARGB32), &four.host, four.img.info, 3.25, 0.5, true, 3, true);
+    BlurFilter_RGBA(PIXEL_VALUES(PIXEL_ARGB32), &four.host, four.img.info, 3.25, 0.5, true, 3,
+                    true);
     ASSERT_EQ(BlurFilter_A(PIXEL_VALUES(PIXEL_ARGB32), &four.host, single.info, 3.25, 0.5, true, 3),
               0);
     for (int y = 0; y < 13; ++y)
