@@ -1,0 +1,242 @@
+#pragma once
+// The transform of one raster into another, stamped out per pixel format. The instances differ
+// only in the full scale and in which LineFuncCP they install.
+#include "RenderLib/CommonRender.h"
+#include "RenderLib/FilterKernels.h"
+#include "RenderLib/LineFuncCP.h"
+#include "Transform/Common/TX_Poly.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace core_transform_detail {
+
+// Picks the samplers once interpolation, channel count and tap count are settled.
+template <class C>
+void chooseLineFunctions(RenderSettings& s, bool singleChannel, bool edgeCoverage,
+                         bool fillPolygon) {
+    using L = LineFuncCP<C>;
+    if (fillPolygon) {
+        s.lineFunction = singleChannel ? L::fillPolygonFunc_1 : L::fillPolygonFunc;
+        s.edgeFunction = singleChannel ? L::edgePolygonFunc_1 : L::edgePolygonFunc;
+        return;
+    }
+    if (s.interpMode == 3) s.kernelSize = 4;
+    // Border pixels are resampled bilinearly even where the interior is cubic.
+    LineFunction edge1 = edgeCoverage ? L::edgeBilinearFunc_1 : L::edge_noOp_edgeBilinearFunc_1;
+    switch (s.interpMode) {
+    case 0:
+        s.lineFunction = lineFunc;
+        s.edgeFunction = nullptr;
+        break;
+    case 1:
+        s.lineFunction = singleChannel ? L::bilinearFunc_1 : L::bilinearFunc;
+        s.edgeFunction = singleChannel ? edge1 : L::edgeBilinearFunc;
+        break;
+    case 3:
+        if (!singleChannel) {
+            s.lineFunction = L::biCubicFunc_4x4_ss;
+            s.edgeFunction = L::edgeBiCubicFunc_4x4_ss;
+            break;
+        }
+        [[fallthrough]];
+    default:
+        if (s.kernelSize < 5) {
+            s.lineFunction = singleChannel ? L::biCubicFunc_4x4_1 : L::biCubicFunc_4x4;
+        } else {
+            s.lineFunction = singleChannel ? L::biCubicFunc_1 : L::biCubicFunc;
+        }
+        s.edgeFunction = singleChannel ? edge1 : L::edgeBilinearFunc;
+        break;
+    }
+}
+
+// Fills the four vertices (left top, left bottom, right bottom, right top) and projects them.
+// On the second attempt a vertex behind the eye is mirrored through it.
+inline void projectQuad(TX_Poly& poly, const RenderSettings& s, const TX_Mtrx44& matrix,
+                        const TX_FRect& unit, const TX_Lerp& lerpX, const TX_Lerp& lerpY, float e,
+                        bool secondAttempt) {
+    const double xs[4] = {unit.left, unit.left, unit.right, unit.right};
+    const double ys[4] = {unit.top, unit.bottom, unit.bottom, unit.top};
+    const float eu[4] = {e, e, -e, -e};
+    const float ev[4] = {e, -e, -e, e};
+    poly.m_n = 4;
+    for (int i = 0; i < 4; ++i) {
+        TX_Poly_vert& v = poly.m_vert[i];
+        v.x = xs[i];
+        v.y = ys[i];
+        v.z = 0.0;
+        v.u = lerpX(float(xs[i])) + eu[i];
+        v.v = lerpY(float(ys[i])) + ev[i];
+        v.q = 1.0;
+        if (s.renderMode == 2 || s.renderMode == 3) {
+            v.sx = s.corners[i].x;
+            v.sy = s.corners[i].y;
+            v.sz = 1.0;
+            v.sw = 1.0;
+        } else {
+            matrix.transform(v.x, v.y, v.z, 1.0, &v.sx, &v.sy, &v.sz, &v.sw);
+        }
+        if (secondAttempt && v.sw < 0.0) {
+            v.sx = -v.sx;
+            v.sy = -v.sy;
+            v.sz = -v.sz;
+            v.sw = -v.sw;
+        }
+    }
+    poly.m_mask =
+        POLY_MASK_SX | POLY_MASK_SY | POLY_MASK_SZ | POLY_MASK_SW | POLY_MASK_U | POLY_MASK_V;
+}
+
+} // namespace core_transform_detail
+
+template <class PIXEL, class C, class ACC, class V, class FORMAT>
+int coreTransformRender(PIXEL, C, ACC, V, FORMAT, PluginHost_API* host, CoreRenderArguments& args,
+                        const PluginHost_API::RasterInfo& source,
+                        const PluginHost_API::RasterInfo& destination, bool clearDest,
+                        bool singleChannel, RenderSettings* given, bool edgeCoverage,
+                        bool fillPolygon) {
+    using namespace core_transform_detail;
+    RenderSettings local;
+    if (!given) {
+        // Nothing of the caller's to keep: start from zero rather than from whatever the stack
+        // held, with the rectangles empty.
+        std::memset(static_cast<void*>(&local), 0, sizeof local);
+        local.srcRect = TX_IRect();
+        local.dstRect = TX_IRect();
+        local.srcLeft = local.srcTop = 0;
+        local.srcRight = local.srcBottom = -1;
+    }
+    RenderSettings& s = given ? *given : local;
+    s.renderMode = args.renderMode;
+    s.kernelSize = args.kernelIndex;
+
+    switch (args.filter) {
+    case 1:
+        s.interpMode = 1;
+        break;
+    case 0:
+        s.interpMode = 0;
+        break;
+    case 22:
+        s.interpMode = 3;
+        args.filter = 9;
+        break;
+    default:
+        s.interpMode = 2;
+        break;
+    }
+
+    const TX_IRect srcWin =
+        given ? given->srcRect : TX_IRect(0, 0, source.width - 1, source.height - 1);
+    const TX_IRect dstWin =
+        given ? given->dstRect : TX_IRect(0, 0, destination.width - 1, destination.height - 1);
+
+    if (clearDest) {
+        const std::size_t rowLength = std::size_t(destination.width) * destination.pixelBytes;
+        for (int y = 0; y < destination.height; ++y) std::memset(destination.row(y), 0, rowLength);
+    }
+
+    s.outputWidth = s.width = host->getOutputWidth();
+    s.outputHeight = s.height = host->getOutputHeight();
+    if (s.renderMode != 1) {
+        s.width = destination.width;
+        s.height = destination.height;
+    }
+    TX_Mtrx44 matrix;
+    int unusedA = 0, unusedB = 0;
+    if (s.renderMode == 1 || !given)
+        calcMatrix(matrix, args, s, s.width, s.height, unusedA, unusedB);
+    if (s.renderMode == 0 && calcMatrix(matrix, args, s, s.width, s.height, unusedA, unusedB) != 0)
+        return 0;
+
+    s.lineData = nullptr;
+    s.minValue = 0;
+    s.maxValue = int(PIXEL::MAX_VALUE());
+
+    const double hostScale = std::min(host->getScaleX(), host->getScaleY());
+    setKernelTransformSize(&s, args.kernelIndex, float(hostScale));
+    if (args.sharpen) s.interpMode = 2;
+    chooseLineFunctions<C>(s, singleChannel, edgeCoverage, fillPolygon);
+
+    int originX = 0, originY = 0;
+    host->getOrigin(originX, originY);
+    const TX_IRect scanRect(dstWin.left + originX, dstWin.top + originY, dstWin.right + originX,
+                            dstWin.bottom + originY);
+
+    TX_Poly poly;
+    poly.setOpenMP();
+    s.srcPixels = static_cast<unsigned char*>(source.data);
+    s.srcPixelBytes = source.pixelBytes;
+    s.srcRowBytes = source.rowBytes;
+    s.dstPixels = static_cast<unsigned char*>(destination.data);
+    s.dstRowBytes = destination.rowBytes;
+    s.srcLeft = srcWin.left;
+    s.srcTop = srcWin.top;
+    s.srcRight = srcWin.right;
+    s.srcBottom = srcWin.bottom;
+    s.dstTop = dstWin.top;
+    s.kernelScale = args.kernelScale;
+
+    setInterpLineFunc(&s, args.mitchellB, args.mitchellC, args.filter, args.sharpen,
+                      args.sharpenFilter, args.sharpenSize, args.sharpenClamp, args.sharpenB,
+                      args.sharpenC, args.sharpenAmount, args.clampNegative, true);
+
+    const TX_IRect& clipRect = s.renderMode == 1 ? scanRect : s.dstRect;
+    const TX_FRect clip(clipRect.left, clipRect.top, clipRect.right, clipRect.bottom);
+    TX_Poly_box box{clip.left, clip.right + 0.99, clip.top, clip.bottom + 0.99, 0.0, 1.0};
+    TX_Window window{int(clip.left), int(clip.top), int(clip.right), int(clip.bottom)};
+
+    TX_FRect unit(0.0, 0.0, 1.0, 1.0);
+    if (s.renderMode == 1) {
+        const double w1 = s.outputWidth - 1, h1 = s.outputHeight - 1;
+        unit = TX_FRect(srcWin.left / w1, srcWin.top / h1, srcWin.right / w1, srcWin.bottom / h1) *
+               TX_FRect(0.0, 0.0, 1.0, 1.0);
+    }
+    if (!unit.getDefined()) return 0;
+
+    const TX_Lerp lerpX(float(unit.left), float(srcWin.left), float(unit.right),
+                        float(srcWin.right));
+    const TX_Lerp lerpY(float(unit.top), float(srcWin.top), float(unit.bottom),
+                        float(srcWin.bottom));
+    // With interpolation the texture reaches half a pixel past the source; nearest stops half a
+    // pixel short of it.
+    const float e = (s.interpMode >= 1 && s.interpMode <= 3) ? -0.5f : 0.5f;
+
+    // A polygon wholly behind the eye is clipped away; the second attempt mirrors it through
+    // the eye so that it is still drawn.
+    bool drawn = false;
+    for (int attempt = 0; attempt < 2 && !drawn; ++attempt) {
+        projectQuad(poly, s, matrix, unit, lerpX, lerpY, e, attempt == 1);
+        drawn = TX_Poly::poly_clip_to_box(&poly, &box, true) != 0;
+    }
+    if (!drawn) return 0;
+
+    for (int i = 0; i < poly.m_n; ++i) {
+        TX_Poly_vert& v = poly.m_vert[i];
+        const double w = v.sw;
+        v.sx /= w;
+        v.sy /= w;
+        v.u /= w;
+        v.v /= w;
+        v.q = 1.0 / w;
+    }
+    poly.m_mask = (poly.m_mask & ~POLY_MASK_SW) | POLY_MASK_Q;
+
+    s.dstTop = window.y0;
+    poly.m_pixels = static_cast<unsigned char*>(destination.data);
+    poly.m_rowBytes = destination.rowBytes;
+    poly.m_pixelBytes = s.srcPixelBytes;
+    poly.m_rowOrigin = s.dstTop;
+    poly.m_lineFunction = s.lineFunction;
+    poly.m_lineData = s.lineData;
+    poly.m_edgeFunction = s.edgeFunction;
+    poly.m_userData = &s;
+
+    if (s.interpMode >= 1 && s.interpMode <= 3) {
+        poly.polyAreaScan(&window, window.x0, window.y0, window.x1, window.y1);
+    } else {
+        poly.poly_scan(&window, window.x0, window.y0, window.x1, window.y1);
+    }
+    return 0;
+}
