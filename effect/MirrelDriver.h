@@ -1,6 +1,16 @@
 #pragma once
+#include "RenderLib/TransformRecords.h"
+#include "effect/MirrelFinish.h"
+#include "effect/MirrorGeometry.h"
+#include "effect/QuadToQuadRender.h"
+#include "effect/ScratchMemory.h"
 #include "host/PluginHost_API.h"
+#include "params/ParamIds.h"
 #include "params/RenderArguments.h"
+#include "pixel/Alpha.h"
+#include "pixel/PixelFormats.h"
+
+#include <algorithm>
 
 // What the first slice of the driver hands to the pipeline.
 struct MirrelFrame {
@@ -12,12 +22,205 @@ struct MirrelFrame {
     PluginHost_API::RasterInfo& outputInfo;
 };
 
-// The mirror pipeline after the trivial exits.
-// TODO(pipeline): scratch images, motion-blur samples, quads and finishing replace this
-// pass-through.
+// When the samples of a frame are taken, in host ticks.
+struct MirrelShutter {
+    bool multiSampling = false;
+    int count = 1;
+    double step = 0.0;
+    long first = 0;
+    long timeStep = 0;
+    long timeScale = 0;
+
+    long sampleTime(int i) const { return long(i * step) + first; }
+};
+
+// The shutter opens at the frame's time plus the phase and stays open forward.
+inline MirrelShutter mirrelShutter(PluginHost_API* host, RenderArguments const& args) {
+    MirrelShutter s;
+    double shutter = args.shutterAngle / 360.0;
+    double phase = args.shutterPhase / 360.0;
+    int count = int(args.samples + 0.5);
+    int const motion = GetMBlurValue(host);
+    bool const hostShutter = host->getAEHost() && host->isApplication(0x46585443); // "FXTC"
+    s.timeStep = host->getTimeStep();
+    long const now = host->getCurrentTime();
+    s.timeScale = host->getTimeScale();
+    if (hostShutter && motion == 2) {
+        shutter = float(host->getShutterAngle());
+        phase = float(host->getShutterPhase());
+    }
+    long const opened = long(s.timeStep * phase + now);
+    if (motion != 0 && shutter != 0.0 && count > 1) {
+        s.multiSampling = true;
+        s.count = count;
+        s.step = s.timeStep * shutter / count;
+        s.first = opened;
+    } else {
+        s.first = motion != 0 ? opened : now;
+    }
+    return s;
+}
+
+// The values that may move within the shutter; read again at each sample's time.
+struct MirrelWorking {
+    MirrorHandles handles;
+    double softness, softnessAspect, fadeStart, fadeLength, gamma, brightness, fadeNoise;
+    double bendAngle, bendStart, bendStretch, seamIntensity;
+
+    void setPoints(RenderArguments const& a) {
+        handles = {a.baselineStartX, a.baselineStartY, a.baselineEndX,
+                   a.baselineEndY,   a.heightSlantX,   a.heightSlantY};
+    }
+    // Softness follows the proxy resolution; the progressive types the other way round.
+    static double scaledSoftness(double softness, int softnessType, double scale) {
+        return softnessType > 1 ? softness / scale : softness * scale;
+    }
+};
+
+inline void readWorkingAt(PluginHost_API* host, PluginHost_API::TimeObject const& t,
+                          MirrelWorking& w, int softnessType, double scale) {
+    // Read and dropped: the quads take zoom and translate from the frame's record.
+    double zoom = 0;
+    host->GetFixedFloatValue(29, kZoom, t, zoom);
+    host->GetPoint2DValue(4, kBaselineStart, t, w.handles.startX, w.handles.startY);
+    host->GetPoint2DValue(5, kBaselineEnd, t, w.handles.endX, w.handles.endY);
+    host->GetPoint2DValue(6, kHeightSlant, t, w.handles.slantX, w.handles.slantY);
+    host->GetFloatValue(24, kFadeLength, t, w.fadeLength);
+    host->GetFloatValue(23, kFadeStart, t, w.fadeStart);
+    host->GetFloatValue(20, kSoftness, t, w.softness);
+    w.softness = MirrelWorking::scaledSoftness(w.softness, softnessType, scale);
+    host->GetFloatValue(39, kGamma, t, w.gamma);
+    host->GetFloatValue(40, kBrightness, t, w.brightness);
+    host->GetFloatValue(42, kFadeNoise, t, w.fadeNoise);
+    host->GetFloatValue(21, kSoftnessAspect, t, w.softnessAspect);
+    host->GetAngleValue(11, kBendAngle, t, w.bendAngle);
+    host->GetFloatValue(12, kBendStart, t, w.bendStart);
+    host->GetFloatValue(13, kBendStretch, t, w.bendStretch);
+    host->GetFloatValue(16, kSeamIntensity, t, w.seamIntensity);
+}
+
+// The mirror pipeline after the trivial exits: alpha in, scratch images, the motion-blur
+// samples, copy out and the finishing stages. Every scratch block is returned on every way out;
+// an exception is left to the caller's catch, after the blocks have gone back.
 template <class P, class C, class A, class V, class F>
-int MirrelDrive(P, C, A, V, F, PluginHost_API* host, MirrelFrame& frame) {
-    (void)frame;
-    host->copyInputToOutput();
-    return 0;
+int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& frame) {
+    RenderArguments const& args = frame.args;
+    int const W = frame.workInfo.width, H = frame.workInfo.height;
+    int const pixelBytes = int(sizeof(C)) * 4;
+    PluginRasterFormat const format = frame.outputInfo.format;
+    double const scale = std::min(host->getScaleX(), host->getScaleY());
+
+    if (host->getAVX2Host() || host->getAVX1Host())
+        AVXSetAlpha(p, c, a, v, f, host, frame.work.getImpl());
+    if (host->getAEHost()) Premult(p, c, a, v, f, host, frame.work.getImpl());
+
+    struct Scratch {
+        ScratchBlock sourceCopy, result, sampleSource, sampleResult;
+        explicit Scratch(PluginHost_API* h)
+            : sourceCopy(h), result(h), sampleSource(h), sampleResult(h) {}
+        ~Scratch() { release(); }
+        void release() {
+            sourceCopy.release();
+            result.release();
+            sampleSource.release();
+            sampleResult.release();
+        }
+    } scratch(host);
+    PluginHost_API::RasterInfo sourceCopy, result, sampleSourceOwn, sampleResultOwn;
+    auto refused = [&] {
+        host->fillOutput();
+        return 1;
+    };
+
+    if (!scratch.sourceCopy.allocImage(sourceCopy, format, W, H, pixelBytes)) return refused();
+    MirrelShutter const shutter = mirrelShutter(host, args);
+    if (!scratch.result.allocImage(result, format, W, H, pixelBytes)) return refused();
+    if (shutter.multiSampling) {
+        if (!scratch.sampleSource.allocImage(sampleSourceOwn, format, W, H, pixelBytes))
+            return refused();
+        if (!scratch.sampleResult.allocImage(sampleResultOwn, format, W, H, pixelBytes))
+            return refused();
+    }
+    PluginHost_API::RasterInfo& sampleSource = shutter.multiSampling ? sampleSourceOwn : sourceCopy;
+    PluginHost_API::RasterInfo& sampleResult = shutter.multiSampling ? sampleResultOwn : result;
+
+    CoreRenderArguments core;
+    initializeCoreRenderArguments(&core);
+    core.renderMode = 3;
+    core.transformType = 2;
+    core.filter = args.quality == 0 ? 0 : (args.quality == 1 ? 1 : 9);
+    core.kernelScale = 1.0;
+
+    MirrelWorking w;
+    w.setPoints(args);
+    w.softness = MirrelWorking::scaledSoftness(args.softness, args.softnessType, scale);
+    w.softnessAspect = args.softnessAspect;
+    w.fadeStart = args.fadeStart;
+    w.fadeLength = args.fadeLength;
+    w.gamma = args.gamma;
+    w.brightness = args.brightness;
+    w.fadeNoise = args.fadeNoise;
+    w.bendAngle = args.bendAngle;
+    w.bendStart = args.bendStart;
+    w.bendStretch = args.bendStretch;
+    w.seamIntensity = args.seamIntensity;
+    double const seamColor[3] = {args.seamRed, args.seamGreen, args.seamBlue};
+
+    int red, green, blue, alpha;
+    getRasterChannelOrder(frame.workInfo.format, red, green, blue, alpha);
+    copyRows(frame.workInfo, sourceCopy, std::size_t(W) * pixelBytes, H);
+
+    int status = 0;
+    for (int i = 0; i < shutter.count; ++i) {
+        long const time = shutter.sampleTime(i);
+        clearRows(sampleResult);
+        if (shutter.multiSampling) {
+            copyRows(sourceCopy, sampleSource, std::size_t(W) * pixelBytes, H);
+            PluginHost_API::TimeObject const t(time, shutter.timeStep, shutter.timeScale);
+            readWorkingAt(host, t, w, args.softnessType, scale);
+        } else {
+            w.setPoints(args);
+        }
+
+        RenderSettings local;
+        auto* settings = static_cast<RenderSettings*>(host->getUserData());
+        [[maybe_unused]] int Hp = H;
+        if (settings) {
+            Hp = settings->srcRect.bottom - settings->srcRect.top + 1;
+        } else {
+            settings = &local;
+            blankRenderSettings(local);
+            settings->dstRect = TX_IRect(0, 0, W - 1, H - 1);
+            settings->srcRect = TX_IRect(0, 0, W - 1, H - 1);
+            settings->offsetX = settings->offsetY = 0;
+        }
+        settings->renderMode = core.renderMode;
+        settings->alphaIndex = alpha;
+        settings->useInputTransform = false;
+
+        core.scale = 1.0;
+        [[maybe_unused]] TX_Line2D const baseline =
+            loadMirrorQuads(host, w.handles, args, W, H, core);
+
+        status = QuadToQuadRender(
+            p, c, a, v, f, host, sampleSource, sampleResult, frame.work, core, false, w.softness,
+            w.softnessAspect, time, w.gamma, w.brightness, w.fadeStart, w.fadeLength, args.fadeType,
+            true, frame.softnessMode, args.bend, w.bendAngle, w.bendStart, w.bendStretch,
+            args.seamStyle, args.seamSize, w.seamIntensity, seamColor, 0);
+
+        // The plain softness of the sample runs here, along the baseline.
+
+        if (shutter.multiSampling)
+            BlendAlphaImagesPreMult(p, c, a, v, f, host, float(1.0 / (i + 1)), &sampleResult,
+                                    &result);
+    }
+
+    copyRows(result, frame.outputInfo, std::size_t(W) * pixelBytes, H);
+    status = MirrelFinish(p, c, a, v, f, host, args, frame.work.getImpl(), frame.output.getImpl(),
+                          status);
+
+    frame.output.release();
+    frame.work.release();
+    scratch.release();
+    return status;
 }

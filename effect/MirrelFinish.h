@@ -1,0 +1,56 @@
+#pragma once
+#include "Transform/Common/TX_Macros.h"
+#include "host/PluginHost_API.h"
+#include "params/RenderArguments.h"
+#include "pixel/Alpha.h"
+#include "pixel/TransferComposite.h"
+
+// The end of a frame, once the mirror image stands alone in the output: alpha by host family,
+// noise, and the composite of the mirror image with the working copy of the source. Returns the
+// frame's status, replaced by the composite's when one runs.
+template <class P, class C, class A, class V, class F>
+int MirrelFinish(P p, C c, A a, V v, F f, PluginHost_API* host, RenderArguments const& args,
+                 PluginRaster_API* work, PluginRaster_API* output, int status) {
+    // Menu index of "Transfer Mode" to composite code; "Based on Light" is decided below.
+    static int const xfer[20] = {2,  -1, 1,  2,  4,  5,  6,  7,  8,  9,
+                                 23, 24, 10, 11, 12, 25, 13, 14, 15, 16};
+    bool const fxplugLike = host->getFXPLUGHost() || host->getGASKETHost();
+
+    if (host->getAEHost()) {
+        UnPremult(p, c, a, v, f, host, work);
+        UnPremult(p, c, a, v, f, host, output);
+    }
+
+    // The noise stage runs here, on the premultiplied mirror image.
+
+    if (fxplugLike) {
+        UnPremult(p, c, a, v, f, host, work);
+        UnPremult(p, c, a, v, f, host, output);
+    }
+
+    double const mirrorOpacity = 0.01 * args.mirrorOpacity;
+    double const sourceOpacity = 0.01 * args.sourceOpacity;
+    int mode = args.transferMode;
+    if (host->ignoreNormalComposite() && mode <= 3) mode = 0;
+    if (status == 0 && mode == 0 && MACRO_NEARLY_EQUAL(mirrorOpacity, 1.0) == 0.0) {
+        // "None": the mirror image alone, at its opacity.
+        MultiplyAlpha(p, c, a, v, f, host, float(mirrorOpacity), output);
+    } else if (status == 0 && mode > 0 && mode < 20) {
+        int code = xfer[mode];
+        if (mode == 1) code = args.light == 0 ? 1 : 2; // "Frontlit" behind, "Backlit" in front
+        // Float screen renders as add.
+        if (P::is32Bit() && code == 6) code = 4;
+        status = TransferComposite(p, c, a, v, f, host, code, mirrorOpacity, sourceOpacity, output,
+                                   work, output, false, false, false);
+    }
+
+    if (host->getAVX2Host() || host->getAVX1Host()) {
+        Premult(p, c, a, v, f, host, output);
+        AVXUnsetAlpha(p, c, a, v, f, host, work, output);
+    }
+    if (fxplugLike) {
+        Premult(p, c, a, v, f, host, work);
+        Premult(p, c, a, v, f, host, output);
+    }
+    return status;
+}

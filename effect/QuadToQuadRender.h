@@ -1,0 +1,235 @@
+#pragma once
+#include "RenderLib/CommonRender.h"
+#include "RenderLib/TransformRecords.h"
+#include "Transform/Common/TX_Line2D.h"
+#include "effect/MirrorGeometry.h"
+#include "effect/ScratchMemory.h"
+#include "host/PluginHost_API.h"
+#include "pixel/PixelFormats.h"
+#include "pixel/Traits.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+// The mirror image of one sample. srcQuad is first straightened into a flat image of the frame's
+// size, far edge in row 0 and baseline in the last row, where the stages that depend on distance
+// from the baseline work on plain rows; the flat image is then drawn onto destQuad.
+
+namespace quad_detail {
+inline void copyCommonRows(PluginHost_API::RasterInfo const& src,
+                           PluginHost_API::RasterInfo const& dst) {
+    std::size_t const n = std::size_t(std::min(std::abs(src.rowBytes), std::abs(dst.rowBytes)));
+    copyRows(src, dst, n, std::min(src.height, dst.height));
+}
+} // namespace quad_detail
+
+// A settings record of our own: the constructor leaves most fields unset, and the transform reads
+// some of them (the input transform among them), so they start at zero.
+inline void blankRenderSettings(RenderSettings& s) {
+    std::memset(static_cast<void*>(&s), 0, sizeof s);
+    s.srcRight = s.srcBottom = -1;
+    s.dstRect = TX_IRect();
+    s.srcRect = TX_IRect();
+}
+
+// One pass. Pass 0 draws the unbent image; with a bend, pass 1 the whole image turned about the
+// bend line, passes 2 and 3 solid coverage of the near and the far part.
+template <class P, class C, class Acc, class V, class F>
+int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::RasterInfo& source,
+                         PluginHost_API::RasterInfo& destination, PluginRasterProxy& /*proxy*/,
+                         CoreRenderArguments& arguments, bool singleChannel,
+                         [[maybe_unused]] double softness, [[maybe_unused]] double softnessAspect,
+                         long /*time*/, [[maybe_unused]] double gamma,
+                         [[maybe_unused]] double brightness, [[maybe_unused]] double fadeStart,
+                         [[maybe_unused]] double fadeLength, [[maybe_unused]] int fadeType, bool,
+                         [[maybe_unused]] int softnessType, bool bend, double bendAngle,
+                         double bendStart, double bendStretch, [[maybe_unused]] int seamStyle,
+                         [[maybe_unused]] int seamSize, [[maybe_unused]] double seamIntensity,
+                         [[maybe_unused]] double const* seamColor, int bendPass,
+                         PluginHost_API::RasterInfo* bentImage) {
+    int const W = destination.width, H = destination.height;
+    int const pixelBytes = int(sizeof(C)) * 4;
+    bool const later = bendPass > 1;
+    int status = 0;
+    ScratchBlock flatMemory(host);
+    try {
+        CoreRenderArguments A = arguments;
+        // The flat image's baseline and the proxy scale, for the flat-image stages.
+        [[maybe_unused]] TX_Line2D const bottomLine(0, H, W, H, false);
+        [[maybe_unused]] double const scale = std::min(host->getScaleX(), host->getScaleY());
+
+        // The mask passes draw coverage only and need no flat image of their own.
+        PluginHost_API::RasterInfo flat;
+        if (!later && !flatMemory.allocImage(flat, destination.format, W, H, pixelBytes)) {
+            host->fillOutput();
+            return 1;
+        }
+
+        A.renderMode = 0;
+        A.transformType = 3;
+        double destQuad[4][2], srcQuad[4][2];
+        std::memcpy(destQuad, A.destQuad, sizeof destQuad);
+        std::memcpy(srcQuad, A.srcQuad, sizeof srcQuad);
+
+        RenderSettings local;
+        auto* first = static_cast<RenderSettings*>(host->getUserData());
+        int Wp = W, Hp = H;
+        if (first) {
+            Wp = first->srcRect.right - first->srcRect.left + 1;
+            Hp = first->srcRect.bottom - first->srcRect.top + 1;
+        } else {
+            first = &local;
+            blankRenderSettings(local);
+            first->srcRect = TX_IRect(0, 0, W - 1, H - 1);
+            first->dstRect = TX_IRect(0, 0, W - 1, H - 1);
+            first->offsetX = first->offsetY = 0;
+        }
+        first->renderMode = 0;
+        int red, green, blue, alpha;
+        getRasterChannelOrder(source.format, red, green, blue, alpha);
+        first->alphaIndex = alpha;
+        A.scale = 1.0;
+
+        if (bend && bendPass >= 1) {
+            bendPoints(destQuad[0][0], destQuad[0][1], destQuad[1][0], destQuad[1][1],
+                       destQuad[2][0], destQuad[2][1], destQuad[3][0], destQuad[3][1], bendStart,
+                       bendAngle, bendStretch, W, H, bendPass);
+            std::memcpy(A.destQuad, destQuad, sizeof destQuad);
+        }
+
+        // Corners once around the quad, in pixels of the host's area.
+        int const ring[4] = {0, 1, 3, 2};
+        for (int i = 0; i < 4; ++i) {
+            double const* d = destQuad[ring[i]];
+            double const* s = srcQuad[ring[i]];
+            first->corners[i] = TX_Point2D(d[0] * (Wp - 1) + first->srcRect.left,
+                                           d[1] * (Hp - 1) + first->srcRect.top);
+            first->secondCorners[i] = TX_Point2D(s[0] * (Wp - 1) + first->srcRect.left,
+                                                 s[1] * (Hp - 1) + first->srcRect.top);
+        }
+
+        CoreRenderArguments B = A;
+        RenderSettings second;
+        std::memcpy(static_cast<void*>(&second), first, sizeof second);
+        A.transformType = 4;
+
+        if (bendPass == 0) {
+            CommonRender_CoreTransformRender(host, A, source, flat, true, singleChannel, first,
+                                             true, false);
+            // The softness stage of the flat image (fade and growing softness) runs here.
+        } else if (bendPass == 1 && bend && bentImage) {
+            // The flat image of pass 0, carried over: nothing is transformed or blurred again.
+            quad_detail::copyCommonRows(*bentImage, flat);
+        }
+
+        // The seam stage runs here, in pass 0 of a bent image.
+
+        if (bend && bentImage && bendPass == 0) quad_detail::copyCommonRows(flat, *bentImage);
+
+        // The tone stage runs here, in passes 0 and 1.
+
+        B.transformType = 2;
+        if (later) flat = source;
+        if (CommonRender_CoreTransformRender(host, B, flat, destination, true, singleChannel,
+                                             &second, true, later) != 0)
+            copyRows(flat, destination, std::size_t(pixelBytes) * W, H);
+    } catch (...) {
+        status = 1;
+    }
+    return status;
+}
+
+// The mirror image of one sample into destination: one pass, or with a bend four passes and the
+// merge of the unbent near part with the turned far part. 0 done, 1 failed.
+template <class P, class C, class A, class V, class F>
+int QuadToQuadRender(P p, C c, A a, V v, F f, PluginHost_API* host,
+                     PluginHost_API::RasterInfo& source, PluginHost_API::RasterInfo& destination,
+                     PluginRasterProxy& proxy, CoreRenderArguments& arguments, bool singleChannel,
+                     double softness, double softnessAspect, long time, double gamma,
+                     double brightness, double fadeStart, double fadeLength, int fadeType,
+                     bool flag, int softnessType, bool bend, double bendAngle, double bendStart,
+                     double bendStretch, int seamStyle, int seamSize, double seamIntensity,
+                     double const* seamColor, int /*unused*/) {
+    auto pass = [&](PluginHost_API::RasterInfo& dst, int bendPass,
+                    PluginHost_API::RasterInfo* bent) {
+        return QuadToQuadRenderPass(p, c, a, v, f, host, source, dst, proxy, arguments,
+                                    singleChannel, softness, softnessAspect, time, gamma,
+                                    brightness, fadeStart, fadeLength, fadeType, flag, softnessType,
+                                    bend, bendAngle, bendStart, bendStretch, seamStyle, seamSize,
+                                    seamIntensity, seamColor, bendPass, bent);
+    };
+    // A bent image is never sampled nearest.
+    if (bend && arguments.filter == 0) arguments.filter = 1;
+    if (!bend) return pass(destination, 0, nullptr);
+
+    int const W = destination.width, H = destination.height;
+    int const pixelBytes = int(sizeof(C)) * 4;
+    int const count = W * H * pixelBytes;
+    PluginRaster_API::PixelType const type = proxy->getPixelType();
+    // Freed in this order on every way out.
+    struct Temporaries {
+        ScratchBlock bent, nearMask, farMask;
+        explicit Temporaries(PluginHost_API* h) : bent(h), nearMask(h), farMask(h) {}
+        ~Temporaries() {
+            bent.release();
+            nearMask.release();
+            farMask.release();
+        }
+    } temps(host);
+    PluginHost_API::RasterInfo bent, nearMask, farMask;
+    auto take = [&](ScratchBlock& block, PluginHost_API::RasterInfo& info) {
+        block.adopt(
+            allocTransformRaster(host, info, type, W, H, count, pixelBytes, destination.format));
+        return block.held();
+    };
+
+    if (!take(temps.bent, bent)) {
+        host->fillOutput();
+        return 1;
+    }
+    // Pass 1 reads what pass 0 left here; if pass 0 could not run that is nothing, not garbage.
+    clearRows(bent);
+    pass(destination, 0, &bent);
+    pass(bent, 1, &bent);
+    if (!take(temps.nearMask, nearMask)) {
+        host->fillOutput();
+        return 1;
+    }
+    pass(nearMask, 2, &bent);
+    if (!take(temps.farMask, farMask)) {
+        host->fillOutput();
+        return 1;
+    }
+    int const result = pass(farMask, 3, &bent);
+
+    // Merge: the near mask keeps pass 0's picture, the far mask shows the turned one.
+    int red, green, blue, alpha;
+    getRasterChannelOrder(source.format, red, green, blue, alpha);
+    int const channels[4] = {red, green, blue, alpha};
+    float const recip = float(P::RECIP_VALUE());
+    float const half = P::halfRoundPixel();
+    float const full = float(P::MAX_VALUE());
+    auto store = [](float x) { return C(P::clamp(V(x))); };
+    for (int y = 0; y < H; ++y) {
+        auto* d = reinterpret_cast<C*>(destination.row(y));
+        auto const* b = reinterpret_cast<C const*>(bent.row(y));
+        auto const* n = reinterpret_cast<C const*>(nearMask.row(y));
+        auto const* fm = reinterpret_cast<C const*>(farMask.row(y));
+        for (int x = 0; x < W; ++x, d += 4, b += 4, n += 4, fm += 4) {
+            float const nearA = float(n[alpha]), farA = float(fm[alpha]);
+            if (nearA == 0.0f) {
+                float const k = farA * recip;
+                for (int ch : channels) d[ch] = store(float(b[ch]) * k + half);
+            } else if (nearA == full) {
+                float const k = nearA * recip;
+                for (int ch : channels) d[ch] = store(float(d[ch]) * k + half);
+            } else if (farA != 0.0f) {
+                float const k = farA * recip;
+                for (int ch : channels)
+                    d[ch] = store(float(b[ch]) * k + float(d[ch]) * (1.0f - k) + half);
+            }
+        }
+    }
+    return result;
+}
