@@ -1,51 +1,39 @@
 #include "RenderLib/ProgressiveBlur.h"
 
+namespace {
+using FormatBlur = int (*)(PluginHost_API*, TX_Line2D&, float, float, float, float, int,
+                           PluginHost_API::RasterInfo*, bool, int);
+
+// By RasterFormat 0 to 11; the 15-bit B G R A format has no blur.
+FormatBlur const _formatBlurs[12] = {
+    CommonRender_ARGB8_progressiveBlur,
+    CommonRender_BGRA8_progressiveBlur,
+    CommonRender_RGBA8_progressiveBlur,
+    CommonRender_ARGB15_progressiveBlur,
+    nullptr,
+    CommonRender_ARGB14_progressiveBlur,
+    CommonRender_BGRA14_progressiveBlur,
+    CommonRender_ARGB16_progressiveBlur,
+    CommonRender_RGBA16_progressiveBlur,
+    CommonRender_ARGB32_progressiveBlur,
+    CommonRender_RGBA32_progressiveBlur,
+    CommonRender_BGRA32_progressiveBlur,
+};
+} // namespace
+
 int CommonRender_progressiveBlur(PluginHost_API* host, TX_Line2D& line, float radius, float aspect,
                                  float fadeStart, float fadeLength, int fadeType,
                                  PluginHost_API::RasterInfo* raster, bool alphaOnly, int mode,
                                  bool forceFloat) {
-    if (forceFloat)
-        return CommonRender_ARGB32_progressiveBlur(host, line, radius, aspect, fadeStart,
-                                                   fadeLength, fadeType, raster, alphaOnly, mode);
-    PluginHost_API::RasterInfo output;
-    host->getOutputRasterInfo(&output);
-    auto* fn = &CommonRender_ARGB8_progressiveBlur;
-    switch (int(output.format)) {
-    case 0:
-        fn = &CommonRender_ARGB8_progressiveBlur;
-        break;
-    case 1:
-        fn = &CommonRender_BGRA8_progressiveBlur;
-        break;
-    case 2:
-        fn = &CommonRender_RGBA8_progressiveBlur;
-        break;
-    case 3:
-        fn = &CommonRender_ARGB15_progressiveBlur;
-        break;
-    case 5:
-        fn = &CommonRender_ARGB14_progressiveBlur;
-        break;
-    case 6:
-        fn = &CommonRender_BGRA14_progressiveBlur;
-        break;
-    case 7:
-        fn = &CommonRender_ARGB16_progressiveBlur;
-        break;
-    case 8:
-        fn = &CommonRender_RGBA16_progressiveBlur;
-        break;
-    case 9:
-        fn = &CommonRender_ARGB32_progressiveBlur;
-        break;
-    case 10:
-        fn = &CommonRender_RGBA32_progressiveBlur;
-        break;
-    case 11:
-        fn = &CommonRender_BGRA32_progressiveBlur;
-        break;
-    default:
-        return 1;
+    FormatBlur blur = CommonRender_ARGB32_progressiveBlur;
+    if (!forceFloat) {
+        // The output's format decides, not the picture's.
+        PluginHost_API::RasterInfo output;
+        host->getOutputRasterInfo(&output);
+        int const format = int(output.format);
+        blur = format >= 0 && format < 12 ? _formatBlurs[format] : nullptr;
+        if (!blur) return 1;
     }
-    return fn(host, line, radius, aspect, fadeStart, fadeLength, fadeType, raster, alphaOnly, mode);
+    return blur(host, line, radius, aspect, fadeStart, fadeLength, fadeType, raster, alphaOnly,
+                mode);
 }

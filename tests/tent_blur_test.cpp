@@ -44,7 +44,7 @@ TEST(TentBlur, ImpulseResponseIsTheTentInEveryLayout) {
         EXPECT_FLOAT_EQ(out[4 * i + 2], w) << i;
         EXPECT_EQ(out[4 * i], 0.0f);
     }
-    // Columns of an 8-bit raster walked through negative and padded strides: 16 * 255 / 16.
+    // Columns of an 8-bit raster walked through padded and negative strides: 160 * w / 16.
     for (auto rows : {Rows::TopDown, Rows::Padded, Rows::BottomUp}) {
         MemoryImage src(RF_RGBA8, 5, 21, rows), dst(RF_RGBA8, 5, 21, rows);
         src.pixel<unsigned char>(2, 10)[1] = 160;
