@@ -1,0 +1,34 @@
+#pragma once
+#include "apps/common/Picture.h"
+
+#include <string>
+
+// How a file keeps its pixels, so that the result can be written back the same way.
+struct FileLayout {
+    int channels = 4; // 3 or 4 as written back; grey files come back as colour
+    bool hasAlpha = true;
+    bool straight = true; // colour not premultiplied by alpha in the file
+    int depth = 8;        // 8, 16 or 32 bits
+    bool half = false;    // 16-bit float, as EXR often holds
+};
+
+struct LoadedImage {
+    Picture picture; // premultiplied, as a host hands it to the effect
+    FileLayout layout;
+};
+
+// Reads a file at the given working depth (0: the file's own, half floats as 32). Throws
+// Failure naming the file.
+LoadedImage readImage(std::string const& path, int depth);
+
+// Whether a format keeps straight colour, by its file name; unknown formats are taken as
+// premultiplied, as the library writes them.
+bool formatKeepsStraightAlpha(std::string const& path);
+
+// Writes a premultiplied picture in the layout given, through a temporary file in the same
+// folder that is renamed at the end, so that a failure leaves no file. Throws Failure naming
+// the file.
+void writeImage(std::string const& path, Picture const& picture, FileLayout const& layout);
+
+// The picture at another size, filtered; for proxy renders.
+Picture resizePicture(Picture const& picture, int width, int height);

@@ -1,0 +1,27 @@
+#pragma once
+#include "apps/cli/Errors.h"
+#include "apps/cli/ParamLookup.h"
+#include "support/MemoryHost.h"
+
+#include <functional>
+#include <string>
+
+// The catalogue as a host holds it after the plug-in declared it.
+struct DeclaredParams {
+    MemoryHost host{nullptr, nullptr};
+    std::vector<Param> const& params() { return host.params.params(); }
+};
+
+// The message of the UsageError that f throws, or a marker when it throws none.
+inline std::string usageMessage(std::function<void()> const& f) {
+    try {
+        f();
+    } catch (UsageError const& e) {
+        return e.what();
+    }
+    return "(no usage error)";
+}
+
+inline bool contains(std::string const& text, std::string const& part) {
+    return text.find(part) != std::string::npos;
+}
