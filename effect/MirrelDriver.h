@@ -184,7 +184,7 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
 
         RenderSettings local;
         auto* settings = static_cast<RenderSettings*>(host->getUserData());
-        [[maybe_unused]] int Hp = H;
+        int Hp = H;
         if (settings) {
             Hp = settings->srcRect.bottom - settings->srcRect.top + 1;
         } else {
@@ -199,8 +199,7 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
         settings->useInputTransform = false;
 
         core.scale = 1.0;
-        [[maybe_unused]] TX_Line2D const baseline =
-            loadMirrorQuads(host, w.handles, args, W, H, core);
+        TX_Line2D baseline = loadMirrorQuads(host, w.handles, args, W, H, core);
 
         status = QuadToQuadRender(
             p, c, a, v, f, host, sampleSource, sampleResult, frame.work, core, false, w.softness,
@@ -208,7 +207,8 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
             true, frame.softnessMode, args.bend, w.bendAngle, w.bendStart, w.bendStretch,
             args.seamStyle, args.seamSize, w.seamIntensity, seamColor, 0);
 
-        // The plain softness of the sample runs here, along the baseline.
+        plainSoftness(host, baseline, W, H, Hp, scale, w.softness, w.softnessAspect, w.fadeStart,
+                      w.fadeLength, args.fadeType, frame.softnessMode, sampleResult);
 
         if (shutter.multiSampling)
             BlendAlphaImagesPreMult(p, c, a, v, f, host, float(1.0 / (i + 1)), &sampleResult,
@@ -216,8 +216,8 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     }
 
     copyRows(result, frame.outputInfo, std::size_t(W) * pixelBytes, H);
-    status = MirrelFinish(p, c, a, v, f, host, args, frame.work.getImpl(), frame.output.getImpl(),
-                          status);
+    status = MirrelFinish(p, c, a, v, f, host, args, w.fadeNoise, frame.work.getImpl(),
+                          frame.output.getImpl(), status);
 
     frame.output.release();
     frame.work.release();

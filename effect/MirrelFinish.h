@@ -1,5 +1,6 @@
 #pragma once
 #include "Transform/Common/TX_Macros.h"
+#include "effect/NoiseStage.h"
 #include "host/PluginHost_API.h"
 #include "params/RenderArguments.h"
 #include "pixel/Alpha.h"
@@ -10,7 +11,7 @@
 // frame's status, replaced by the composite's when one runs.
 template <class P, class C, class A, class V, class F>
 int MirrelFinish(P p, C c, A a, V v, F f, PluginHost_API* host, RenderArguments const& args,
-                 PluginRaster_API* work, PluginRaster_API* output, int status) {
+                 double fadeNoise, PluginRaster_API* work, PluginRaster_API* output, int status) {
     // Menu index of "Transfer Mode" to composite code; "Based on Light" is decided below.
     static int const xfer[20] = {2,  -1, 1,  2,  4,  5,  6,  7,  8,  9,
                                  23, 24, 10, 11, 12, 25, 13, 14, 15, 16};
@@ -21,7 +22,11 @@ int MirrelFinish(P p, C c, A a, V v, F f, PluginHost_API* host, RenderArguments 
         UnPremult(p, c, a, v, f, host, output);
     }
 
-    // The noise stage runs here, on the premultiplied mirror image.
+    PluginHost_API::RasterInfo outputInfo;
+    host->getRasterInfo(output, &outputInfo);
+    if (int const noise = noiseStage(p, c, a, v, f, host, outputInfo, work, fadeNoise,
+                                     args.postSoftness, args.randomSeed))
+        status = noise;
 
     if (fxplugLike) {
         UnPremult(p, c, a, v, f, host, work);

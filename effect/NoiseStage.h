@@ -12,7 +12,7 @@
 // failure.
 template <class P, class C, class A, class V, class F>
 int noiseStage(P p, C c, A a, V v, F f, PluginHost_API* host, PluginRasterInfo& output,
-               PluginRasterProxy& work, double fadeNoise, double postSoftness, int randomSeed) {
+               PluginRaster_API* work, double fadeNoise, double postSoftness, int randomSeed) {
     double const m = double(std::min(work->getWidth(), work->getHeight()));
     double const scale = std::min(host->getScaleX(), host->getScaleY());
     double const softness = std::min(postSoftness, m) * scale;

@@ -4,6 +4,9 @@
 #include "Transform/Common/TX_Line2D.h"
 #include "effect/MirrorGeometry.h"
 #include "effect/ScratchMemory.h"
+#include "effect/Seam.h"
+#include "effect/SoftnessStages.h"
+#include "effect/ToneTable.h"
 #include "host/PluginHost_API.h"
 #include "pixel/PixelFormats.h"
 #include "pixel/Traits.h"
@@ -38,16 +41,12 @@ inline void blankRenderSettings(RenderSettings& s) {
 template <class P, class C, class Acc, class V, class F>
 int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::RasterInfo& source,
                          PluginHost_API::RasterInfo& destination, PluginRasterProxy& /*proxy*/,
-                         CoreRenderArguments& arguments, bool singleChannel,
-                         [[maybe_unused]] double softness, [[maybe_unused]] double softnessAspect,
-                         long /*time*/, [[maybe_unused]] double gamma,
-                         [[maybe_unused]] double brightness, [[maybe_unused]] double fadeStart,
-                         [[maybe_unused]] double fadeLength, [[maybe_unused]] int fadeType, bool,
-                         [[maybe_unused]] int softnessType, bool bend, double bendAngle,
-                         double bendStart, double bendStretch, [[maybe_unused]] int seamStyle,
-                         [[maybe_unused]] int seamSize, [[maybe_unused]] double seamIntensity,
-                         [[maybe_unused]] double const* seamColor, int bendPass,
-                         PluginHost_API::RasterInfo* bentImage) {
+                         CoreRenderArguments& arguments, bool singleChannel, double softness,
+                         double softnessAspect, long /*time*/, double gamma, double brightness,
+                         double fadeStart, double fadeLength, int fadeType, bool, int softnessType,
+                         bool bend, double bendAngle, double bendStart, double bendStretch,
+                         int seamStyle, int seamSize, double seamIntensity, double const* seamColor,
+                         int bendPass, PluginHost_API::RasterInfo* bentImage) {
     int const W = destination.width, H = destination.height;
     int const pixelBytes = int(sizeof(C)) * 4;
     bool const later = bendPass > 1;
@@ -56,8 +55,8 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
     try {
         CoreRenderArguments A = arguments;
         // The flat image's baseline and the proxy scale, for the flat-image stages.
-        [[maybe_unused]] TX_Line2D const bottomLine(0, H, W, H, false);
-        [[maybe_unused]] double const scale = std::min(host->getScaleX(), host->getScaleY());
+        TX_Line2D bottomLine(0, H, W, H, false);
+        double const scale = std::min(host->getScaleX(), host->getScaleY());
 
         // The mask passes draw coverage only and need no flat image of their own.
         PluginHost_API::RasterInfo flat;
@@ -117,17 +116,22 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
         if (bendPass == 0) {
             CommonRender_CoreTransformRender(host, A, source, flat, true, singleChannel, first,
                                              true, false);
-            // The softness stage of the flat image (fade and growing softness) runs here.
+            softnessStage(host, bottomLine, H, softness, softnessAspect, fadeStart, fadeLength,
+                          fadeType, flat, softnessType);
         } else if (bendPass == 1 && bend && bentImage) {
             // The flat image of pass 0, carried over: nothing is transformed or blurred again.
             quad_detail::copyCommonRows(*bentImage, flat);
         }
 
-        // The seam stage runs here, in pass 0 of a bent image.
+        if (bend && bendPass == 0)
+            drawSeam(P(), C(), Acc(), V(), F(), flat, source.format,
+                     SeamArguments{seamStyle, seamSize, seamIntensity, seamColor, bendStart,
+                                   bendStretch},
+                     scale);
 
         if (bend && bentImage && bendPass == 0) quad_detail::copyCommonRows(flat, *bentImage);
 
-        // The tone stage runs here, in passes 0 and 1.
+        if (!later) applyTone(P(), C(), Acc(), V(), F(), flat, source.format, gamma, brightness);
 
         B.transformType = 2;
         if (later) flat = source;

@@ -20,8 +20,8 @@ struct Grain {
         for (int y = 0; y < 32; ++y)
             for (int x = 0; x < 48; ++x) std::fill_n(px(x, y), 4, 128);
         if (seedBytes) output.fillBytes(seedBytes);
-        status = noiseStage(PIXEL_VALUES(PIXEL_RGBA8), &host, output.info, workProxy, amount,
-                            softness, seed);
+        status = noiseStage(PIXEL_VALUES(PIXEL_RGBA8), &host, output.info, workProxy.getImpl(),
+                            amount, softness, seed);
     }
     unsigned char* px(int x, int y) { return output.pixel<unsigned char>(x, y); }
     long roughness() {
@@ -91,7 +91,8 @@ TEST(Noise, ScratchFailureClearsTheOutput) {
         host.answerFXPLUG = fxplug;
         host.failAllocRasterAt = host.failAllocMemoryAt = 1;
         host.frame = 1;
-        EXPECT_EQ(noiseStage(PIXEL_VALUES(PIXEL_ARGB8), &host, out.info, proxy, 50, 0, 1), 1);
+        EXPECT_EQ(noiseStage(PIXEL_VALUES(PIXEL_ARGB8), &host, out.info, proxy.getImpl(), 50, 0, 1),
+                  1);
         EXPECT_EQ(out.bytes(), std::vector<unsigned char>(256, 0));
         EXPECT_EQ(host.liveBlocks, 0);
     }
