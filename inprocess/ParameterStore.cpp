@@ -257,6 +257,12 @@ BOOL ParameterStore::setRedValue_GreenValue_BlueValue_toParm_atTime(double red, 
     return write(parmId, time, {red, green, blue});
 }
 
+bool ParameterStore::hasFlag(unsigned id, FxParameterFlags bit) const {
+    for (auto const& p : m_params)
+        if (p.id == id) return (p.flags & bit) != 0;
+    return false;
+}
+
 BOOL ParameterStore::setParameterFlags_toParm(FxParameterFlags flags, unsigned parmId) {
     for (auto& p : m_params)
         if (p.id == parmId) {

@@ -43,6 +43,11 @@ class ParameterStore : public FxParameterCreationAPI,
     void setConstant(unsigned id, Value v);
     // Adds or replaces a key at a frame.
     void setKey(unsigned id, double frame, Value v);
+    // Flag bits of a parameter or group as they stand now: greyed out in the inspector, and a
+    // group shown closed. False for an unknown id.
+    bool isDisabled(unsigned id) const { return hasFlag(id, kFxParameterFlag_DISABLED); }
+    bool isClosed(unsigned id) const { return hasFlag(id, kFxParameterFlag_COLLAPSED); }
+    bool hasFlag(unsigned id, FxParameterFlags bit) const;
     // The playhead time that FxCustomParameterActionAPI reports.
     void setCurrentTime(double frame) { m_currentTime = frame; }
 
