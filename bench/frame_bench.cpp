@@ -35,10 +35,14 @@ void registerAll() {
                                      f.format, false, false)
             ->Unit(benchmark::kMillisecond);
     }
-    benchmark::RegisterBenchmark("Frame/RGBA8/bend", frame, RF_RGBA8, true, false)
-        ->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark("Frame/RGBA8/motionblur8", frame, RF_RGBA8, false, true)
-        ->Unit(benchmark::kMillisecond);
+    for (auto const& f : {formats[0], formats[4]}) {
+        benchmark::RegisterBenchmark((std::string("Frame/") + f.name + "/bend").c_str(), frame,
+                                     f.format, true, false)
+            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark((std::string("Frame/") + f.name + "/motionblur8").c_str(),
+                                     frame, f.format, false, true)
+            ->Unit(benchmark::kMillisecond);
+    }
 }
 
 int const registered = (registerAll(), 0);
