@@ -7,6 +7,9 @@
 #include "RenderLib/TransformRecords.h"
 
 #include <cstddef>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 #include <type_traits>
 
 // Nearest-neighbour copy of srcPixelBytes at a time; serves every format.
@@ -71,8 +74,76 @@ template <class C> inline C roundHalf(float v) {
         return C(int(v + 0.5f));
 }
 
+// Four channels of one pixel side by side. Each lane does exactly the scalar arithmetic, in the
+// same order; the compiler only gets to do the four at once.
+typedef float Float4 __attribute__((vector_size(16)));
+typedef int Int4 __attribute__((vector_size(16)));
+
+template <class C> inline Float4 load4(const C* p) {
+    if constexpr (isFloat<C>) {
+        Float4 v;
+        __builtin_memcpy(&v, p, sizeof v);
+        return v;
+    }
+#if defined(__SSE2__)
+    else if constexpr (sizeof(C) == 1) {
+        int bits;
+        __builtin_memcpy(&bits, p, sizeof bits);
+        const __m128i zero = _mm_setzero_si128();
+        const __m128i wide =
+            _mm_unpacklo_epi16(_mm_unpacklo_epi8(_mm_cvtsi32_si128(bits), zero), zero);
+        return Float4(_mm_cvtepi32_ps(wide));
+    } else if constexpr (sizeof(C) == 2) {
+        const __m128i narrow = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+        return Float4(_mm_cvtepi32_ps(_mm_unpacklo_epi16(narrow, _mm_setzero_si128())));
+    }
+#endif
+    else {
+        return Float4{float(p[0]), float(p[1]), float(p[2]), float(p[3])};
+    }
+}
+
+// Truncation to the channel type, lane by lane, kept as float.
+template <class C> inline Float4 truncate4(Float4 v) {
+    if constexpr (isFloat<C>) {
+        return v;
+    } else {
+        const Int4 mask = Int4{} + int((1u << (8 * sizeof(C))) - 1u);
+        return __builtin_convertvector(__builtin_convertvector(v, Int4) & mask, Float4);
+    }
+}
+
+// Truncating store: the integer wraps into the channel type as a scalar conversion does.
+template <class C> inline void store4(C* out, Float4 v) {
+    if constexpr (isFloat<C>) {
+        __builtin_memcpy(out, &v, sizeof v);
+    }
+#if defined(__SSE2__)
+    else if constexpr (sizeof(C) == 1) {
+        __m128i i = _mm_and_si128(_mm_cvttps_epi32(__m128(v)), _mm_set1_epi32(0xFF));
+        i = _mm_packs_epi32(i, i);
+        i = _mm_packus_epi16(i, i);
+        const int bits = _mm_cvtsi128_si32(i);
+        __builtin_memcpy(out, &bits, sizeof bits);
+    } else if constexpr (sizeof(C) == 2) {
+        // No unsigned 32-to-16 pack in SSE2: shift into the signed range and back.
+        __m128i i = _mm_and_si128(_mm_cvttps_epi32(__m128(v)), _mm_set1_epi32(0xFFFF));
+        i = _mm_packs_epi32(_mm_sub_epi32(i, _mm_set1_epi32(0x8000)), i);
+        i = _mm_xor_si128(i, _mm_set1_epi16(short(0x8000)));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out), i);
+    }
+#endif
+    else {
+        const Int4 i = __builtin_convertvector(v, Int4);
+        out[0] = C(i[0]), out[1] = C(i[1]), out[2] = C(i[2]), out[3] = C(i[3]);
+    }
+}
+
 // Bilinear sample of NCH channels at (x, y), clamped to the bounds axis by axis.
-template <class C, int NCH> inline void bilinear(const Source<C>& src, float x, float y, C* out) {
+#define MIRREL_INLINE inline __attribute__((always_inline))
+
+template <class C, int NCH>
+MIRREL_INLINE void bilinear(const Source<C>& src, float x, float y, C* out) {
     const bool xIn = x >= src.fLeft && !(x >= src.fRight);
     const bool yIn = y >= src.fTop && !(y >= src.fBottom);
     const int ix = int(x), iy = int(y);
@@ -85,10 +156,14 @@ template <class C, int NCH> inline void bilinear(const Source<C>& src, float x, 
         const C* c = src.at(ix, iy + 1);
         const C* d = src.at(ix + 1, iy + 1);
         const float gx = 1.0f - fx, gy = 1.0f - fy;
-        for (int k = 0; k < NCH; ++k) {
-            const C top = truncate<C>(float(a[k]) * gx + float(b[k]) * fx);
-            const C bottom = truncate<C>(float(c[k]) * gx + float(d[k]) * fx);
-            out[k] = truncate<C>(float(top) * gy + float(bottom) * fy);
+        if constexpr (NCH == 4) {
+            const Float4 top = truncate4<C>(load4(a) * gx + load4(b) * fx);
+            const Float4 bottom = truncate4<C>(load4(c) * gx + load4(d) * fx);
+            store4(out, top * gy + bottom * fy);
+        } else {
+            const C top = truncate<C>(float(a[0]) * gx + float(b[0]) * fx);
+            const C bottom = truncate<C>(float(c[0]) * gx + float(d[0]) * fx);
+            out[0] = truncate<C>(float(top) * gy + float(bottom) * fy);
         }
     } else if (xIn) {
         const C* a = src.at(ix, row);
@@ -118,18 +193,29 @@ inline void cubic4x4(const float* wx, const float* wy, const C* r0, const C* r1,
     const float x0 = wx[0], x1 = wx[1], x2 = wx[2], x3 = wx[3];
     const float y0 = wy[0], y1 = wy[1], y2 = wy[2], y3 = wy[3];
     const std::ptrdiff_t p2 = 2 * ps, p3 = 3 * ps;
-    for (int k = 0; k < NCH; ++k) {
-        sum[k] = y0 * row4(x0, x1, x2, x3, r0[k], r0[ps + k], r0[p2 + k], r0[p3 + k]) +
-                 y1 * row4(x0, x1, x2, x3, r1[k], r1[ps + k], r1[p2 + k], r1[p3 + k]) +
-                 y2 * row4(x0, x1, x2, x3, r2[k], r2[ps + k], r2[p2 + k], r2[p3 + k]) +
-                 y3 * row4(x0, x1, x2, x3, r3[k], r3[ps + k], r3[p2 + k], r3[p3 + k]);
+    if constexpr (NCH == 4) {
+        const Float4 s0 =
+            x0 * load4(r0) + x1 * load4(r0 + ps) + x2 * load4(r0 + p2) + x3 * load4(r0 + p3);
+        const Float4 s1 =
+            x0 * load4(r1) + x1 * load4(r1 + ps) + x2 * load4(r1 + p2) + x3 * load4(r1 + p3);
+        const Float4 s2 =
+            x0 * load4(r2) + x1 * load4(r2 + ps) + x2 * load4(r2 + p2) + x3 * load4(r2 + p3);
+        const Float4 s3 =
+            x0 * load4(r3) + x1 * load4(r3 + ps) + x2 * load4(r3 + p2) + x3 * load4(r3 + p3);
+        const Float4 v = y0 * s0 + y1 * s1 + y2 * s2 + y3 * s3;
+        __builtin_memcpy(sum, &v, sizeof v);
+    } else {
+        sum[0] = y0 * row4(x0, x1, x2, x3, r0[0], r0[ps], r0[p2], r0[p3]) +
+                 y1 * row4(x0, x1, x2, x3, r1[0], r1[ps], r1[p2], r1[p3]) +
+                 y2 * row4(x0, x1, x2, x3, r2[0], r2[ps], r2[p2], r2[p3]) +
+                 y3 * row4(x0, x1, x2, x3, r3[0], r3[ps], r3[p2], r3[p3]);
     }
 }
 
 // Table-weighted 4 by 4 sum at (x, y). Near the border the block is gathered: the four-channel
 // form repeats the border pixels, the single-channel form reads zero outside.
 template <class C, int NCH>
-inline void sample4x4(const Source<C>& src, const float* lut, float x, float y, float* sum) {
+MIRREL_INLINE void sample4x4(const Source<C>& src, const float* lut, float x, float y, float* sum) {
     const int ix = int(x), iy = int(y);
     const float fx = x - float(ix), fy = y - float(iy);
     const float* wx = lut + kernelLutRow(fx) * 4;
