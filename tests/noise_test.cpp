@@ -8,26 +8,29 @@
 
 namespace {
 
-// Grain over an 8-bit RGBA output of 48 x 32, grey (or `seedBytes` noise) with opaque alpha.
+// Grain over a grey (or byte-noise) 8-bit RGBA output of 48 x 32, through the scratch raster
+// of FxPlug hosts or the float plane of others.
 struct Grain {
     MemoryImage output{RF_RGBA8, 48, 32, MemoryImage::Rows::Padded}, work{RF_RGBA8, 48, 32};
     MemoryHost host{&work, &output};
     PluginRasterProxy workProxy{&host, new MemoryRaster(work.info, false), false, true};
     int status = 0;
-    Grain(bool fxplug, double amount, double softness, int seed, double frame, int seedBytes = 0) {
-        host.answerFXPLUG = fxplug; // the scratch raster path, else the float plane
+    Grain(bool fxplug, double amount, double softness, int seed, double frame, int bytes = 0,
+          int failAt = 0) {
+        host.answerFXPLUG = fxplug;
         host.frame = frame;
-        for (int y = 0; y < 32; ++y)
-            for (int x = 0; x < 48; ++x) std::fill_n(px(x, y), 4, 128);
-        if (seedBytes) output.fillBytes(seedBytes);
+        host.failAllocRasterAt = host.failAllocMemoryAt = failAt;
+        for (int i = 0; i < 48 * 32; ++i) std::fill_n(px(i % 48, i / 48), 4, 128);
+        if (bytes) output.fillBytes(bytes);
         status = noiseStage(PIXEL_VALUES(PIXEL_RGBA8), &host, output.info, workProxy.getImpl(),
                             amount, softness, seed);
+        EXPECT_EQ(host.liveBlocks, 0);
     }
     unsigned char* px(int x, int y) { return output.pixel<unsigned char>(x, y); }
     long roughness() {
         long d = 0;
-        for (int y = 0; y < 32; ++y)
-            for (int x = 1; x < 48; ++x) d += std::abs(px(x, y)[0] - px(x - 1, y)[0]);
+        for (int i = 1; i < 48 * 32; ++i)
+            d += std::abs(px(i % 48, i / 48)[0] - px(i % 48 - 1, i / 48)[0]);
         return d;
     }
 };
@@ -39,9 +42,7 @@ TEST_P(NoisePaths, SameSeedTimeAndSizeGiveTheSameGrainAndAlphaIsKept) {
     auto grain = [&](int seed, double frame) {
         return Grain(GetParam(), 60, 0, seed, frame, 5).output.bytes();
     };
-    auto a = grain(7, 3);
-    Grain source(GetParam(), 0, 0, 7, 3, 5);
-    auto plain = source.output.bytes();
+    auto const a = grain(7, 3), plain = Grain(GetParam(), 0, 0, 7, 3, 5).output.bytes();
     for (std::size_t i = 3; i < a.size(); i += 4) ASSERT_EQ(a[i], plain[i]);
     EXPECT_NE(a, plain);
     EXPECT_EQ(a, grain(7, 3));
@@ -51,28 +52,24 @@ TEST_P(NoisePaths, SameSeedTimeAndSizeGiveTheSameGrainAndAlphaIsKept) {
     EXPECT_EQ(grain(7, 0), grain(2, 0));
 }
 
-TEST_P(NoisePaths, GrainIsMonochromeAndSwingsHalfTheScaleAtFullAmount) {
+TEST_P(NoisePaths, MonochromeGrainSwingsHalfTheScaleAtFullAmountAndSoftens) {
     for (double amount : {100.0, 20.0}) {
         Grain g(GetParam(), amount, 0, 3, 1);
         int lo = 255, hi = 0;
-        for (int y = 0; y < 32; ++y)
-            for (int x = 0; x < 48; ++x) {
-                ASSERT_TRUE(g.px(x, y)[0] == g.px(x, y)[1] && g.px(x, y)[0] == g.px(x, y)[2]);
-                lo = std::min<int>(lo, g.px(x, y)[0]), hi = std::max<int>(hi, g.px(x, y)[0]);
-            }
+        for (int i = 0; i < 48 * 32; ++i) {
+            unsigned char const* p = g.px(i % 48, i / 48);
+            ASSERT_TRUE(p[0] == p[1] && p[0] == p[2]);
+            lo = std::min<int>(lo, p[0]), hi = std::max<int>(hi, p[0]);
+        }
         EXPECT_NEAR(lo, 128 - 1.275 * amount, 8);
         EXPECT_NEAR(hi, 128 + 1.275 * amount, 8);
-        EXPECT_EQ(g.host.liveBlocks, 0);
     }
-}
-
-TEST_P(NoisePaths, PostSoftnessSmoothsTheGrain) {
     long const sharp = Grain(GetParam(), 100, 0, 5, 1).roughness();
     EXPECT_LT(Grain(GetParam(), 100, 2, 5, 1).roughness(), sharp / 2);
     EXPECT_EQ(Grain(GetParam(), 100, 0.000005, 5, 1).roughness(), sharp); // under tolerance
 }
 
-TEST(Noise, FadeNoiseZeroLeavesTheFrameAndTheGeneratorAlone) {
+TEST(Noise, FadeNoiseZeroLeavesFrameAndGeneratorAloneAndFailureClears) {
     std::srand(42);
     int const first = std::rand();
     std::srand(42);
@@ -80,21 +77,11 @@ TEST(Noise, FadeNoiseZeroLeavesTheFrameAndTheGeneratorAlone) {
     EXPECT_EQ(std::rand(), first);
     EXPECT_EQ(g.output.bytes(), Grain(true, 0, 0, 0, 0, 9).output.bytes());
     EXPECT_EQ(g.host.allocRasterCalls + g.host.allocMemoryCalls, 0);
-}
-
-TEST(Noise, ScratchFailureClearsTheOutput) {
     for (bool fxplug : {true, false}) {
-        MemoryImage out(RF_ARGB8, 8, 8), work(RF_ARGB8, 8, 8);
-        out.fillBytes(1);
-        MemoryHost host(&work, &out);
-        PluginRasterProxy proxy(&host, new MemoryRaster(work.info, false), false, true);
-        host.answerFXPLUG = fxplug;
-        host.failAllocRasterAt = host.failAllocMemoryAt = 1;
-        host.frame = 1;
-        EXPECT_EQ(noiseStage(PIXEL_VALUES(PIXEL_ARGB8), &host, out.info, proxy.getImpl(), 50, 0, 1),
-                  1);
-        EXPECT_EQ(out.bytes(), std::vector<unsigned char>(256, 0));
-        EXPECT_EQ(host.liveBlocks, 0);
+        Grain failed(fxplug, 50, 0, 1, 1, 9, 1);
+        EXPECT_EQ(failed.status, 1);
+        auto bytes = failed.output.bytes();
+        EXPECT_TRUE(std::all_of(bytes.begin(), bytes.end(), [](auto b) { return b == 0; }));
     }
 }
 

@@ -1,45 +1,102 @@
+#include "effect/Render.h"
 #include "effect/SoftnessStages.h"
+#include "params/ParamIds.h"
 #include "support/MemoryHost.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
 namespace {
 
-// Sum of the differences between horizontal neighbours of one channel: the picture's detail.
-long detail(MemoryImage& m) {
+// Sum of the red differences between horizontal neighbours in rows y0 to y1: the detail.
+long detail(MemoryImage& m, int y0, int y1) {
     long d = 0;
-    for (int y = 0; y < m.info.height; ++y)
-        for (int x = 1; x < m.info.width; ++x)
-            d += std::abs(m.pixel<unsigned char>(x, y)[1] - m.pixel<unsigned char>(x - 1, y)[1]);
+    for (int y = y0; y <= y1; ++y)
+        for (int x = 9; x < std::min(55, m.info.width); ++x)
+            d += std::abs(m.pixel<unsigned char>(x, y)[0] - m.pixel<unsigned char>(x - 1, y)[0]);
     return d;
 }
 
 TEST(PlainSoftness, SimpleBlursTheFirstSampleOnlyAndTurnsTheModeToMinusOne) {
-    MemoryImage sample(RF_ARGB8, 40, 30), out(RF_ARGB8, 40, 30);
-    MemoryHost host(&sample, &out);
+    MemoryImage sample(RF_ARGB8, 40, 30);
+    MemoryHost host(&sample, &sample);
     TX_Line2D baseline(0, 29, 39, 29, false);
-    auto blur = [&](double softness, int& mode) {
+    auto blur = [&](double softness, int& mode, double scale = 1.0) {
         sample.fillBytes(4);
-        long const before = detail(sample);
-        plainSoftness(&host, baseline, 40, 30, 30, 1.0, softness, 1.0, 0.0, 100.0, 0, mode,
+        long const before = detail(sample, 0, 29);
+        plainSoftness(&host, baseline, 40, 30, 30, scale, softness, 1.0, 0, 100, 0, mode,
                       sample.info);
-        return double(detail(sample)) / before;
+        return double(detail(sample, 0, 29)) / before;
     };
-    int mode = 0;
-    EXPECT_EQ(blur(0.0, mode), 1.0); // no softness: no blur, the mode stays
+    int mode = 0, progressive = 2;
+    EXPECT_EQ(blur(0.0, mode), 1.0);      // no softness: no blur, the mode stays
+    EXPECT_EQ(blur(4.0, mode, 0.5), 1.0); // 30 * 30 * 4 / 2000 * 0.5 truncates to 0
     EXPECT_EQ(mode, 0);
-    EXPECT_LT(blur(3.0, mode), 0.5);
+    EXPECT_LT(blur(5.0, mode, 0.5), 0.5);
     EXPECT_EQ(mode, -1);
-    EXPECT_EQ(blur(3.0, mode), 1.0); // a later sample is left to its flat image
-    int progressive = 2;
+    EXPECT_EQ(blur(3.0, mode), 1.0); // later samples are left to their flat images
     EXPECT_EQ(blur(3.0, progressive), 1.0);
-    EXPECT_EQ(progressive, 2);
-    // The radius that decides is softness per thousand of the smaller side, at proxy scale.
-    mode = 0;
-    plainSoftness(&host, baseline, 40, 30, 30, 0.5, 4.0, 1.0, 0.0, 100.0, 0, mode, sample.info);
-    EXPECT_EQ(mode, 0); // 30 * 0.06 * 0.5 truncates to 0
-    plainSoftness(&host, baseline, 40, 30, 30, 0.5, 5.0, 1.0, 0.0, 100.0, 0, mode, sample.info);
-    EXPECT_EQ(mode, -1);
+}
+
+// A reflection alone in a 64 x 96 frame, far edge near row 10, baseline at row 85.5, of an
+// opaque source: grey, or vertical stripes 4 pixels wide.
+using Image = std::unique_ptr<MemoryImage>;
+Image reflection(bool stripes, std::initializer_list<std::pair<ParamId, double>> set) {
+    MemoryImage input(RF_RGBA8, 64, 96);
+    auto output = std::make_unique<MemoryImage>(RF_RGBA8, 64, 96);
+    for (int i = 0; i < 64 * 96; ++i) {
+        auto* p = input.pixel<unsigned char>(i % 64, i / 64);
+        p[0] = p[1] = p[2] = stripes ? (i % 64 / 4 % 2) * 255 : 200;
+        p[3] = 255;
+    }
+    MemoryHost host(&input, output.get());
+    host.params.setConstant(kTransferMode, {0});
+    host.params.setConstant(kLight, {0});
+    host.params.setConstant(kBaselineStart, {0.0, 0.9, 0});
+    host.params.setConstant(kBaselineEnd, {1.0, 0.9, 0});
+    host.params.setConstant(kHeightSlant, {0.5, 0.7, 0});
+    for (auto [id, v] : set) host.params.setConstant(id, {v});
+    EXPECT_EQ(Render(&host), 0);
+    return output;
+}
+
+TEST(FlatSoftness, ReflectionSoftensWithDistanceUnderEachTypeAndSimpleIsUniform) {
+    Image sharp = reflection(true, {{kFadeStart, 100}}); // no fade
+    auto nearAndFar = [&](int type, double softness) {
+        Image r =
+            reflection(true, {{kFadeStart, 100}, {kSoftnessType, type}, {kSoftness, softness}});
+        return std::pair(double(detail(*r, 70, 82)) / detail(*sharp, 70, 82),
+                         double(detail(*r, 26, 44)) / detail(*sharp, 26, 44));
+    };
+    auto [simpleNear, simpleFar] = nearAndFar(0, 3);
+    EXPECT_LT(simpleNear, 0.6);
+    EXPECT_NEAR(simpleNear, simpleFar, 0.05);
+    double far[4];
+    for (int type : {1, 2, 3}) {
+        auto [nearDetail, farDetail] = nearAndFar(type, type == 1 ? 2 : 100);
+        EXPECT_GT(nearDetail, 0.9) << type;
+        EXPECT_LT(farDetail, 0.7) << type;
+        far[type] = farDetail;
+    }
+    EXPECT_GT(far[3], far[2] + 0.1); // the square ramp is gentler in the middle distance
+}
+
+TEST(FlatSoftness, FadeByStartLengthAndType) {
+    auto alpha = [](Image& m, int y) { return m->pixel<unsigned char>(32, y)[3]; };
+    Image linear = reflection(false, {}), square = reflection(false, {{kFadeType, 1}});
+    Image root = reflection(false, {{kFadeType, 2}});
+    Image late = reflection(false, {{kFadeStart, 30}, {kFadeLength, 40}});
+    EXPECT_NEAR(alpha(linear, 48), (alpha(linear, 20) + alpha(linear, 76)) / 2.0, 4);
+    EXPECT_NEAR(alpha(linear, 84), 255, 6);
+    for (int y = 20; y <= 84; y += 8) {
+        double const f = alpha(linear, y) / 255.0; // 1 - distance from the baseline
+        EXPECT_NEAR(alpha(square, y), 255 * f * f, 4) << y;
+        EXPECT_NEAR(alpha(root, y), 255 * std::sqrt(f), 4) << y;
+        EXPECT_NEAR(alpha(late, y), 255 * std::clamp(1 - (0.7 - f) / 0.4, 0.0, 1.0), 5) << y;
+    }
 }
 
 } // namespace
