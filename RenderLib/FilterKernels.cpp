@@ -164,9 +164,9 @@ double filter_kaiser(double x, void* context) {
 double filter_sharpen_noclamp(double x, void* context) {
     RenderSettings* s = asSettings(context);
     s->kernelPass = 1;
-    double a = s->sharpenKernelA(x, s);
+    double a = s->sharpenKernelA ? s->sharpenKernelA(x, s) : 0.0;
     s->kernelPass = 2;
-    double b = s->sharpenKernelB(s->sharpenSizeRatio * x, s);
+    double b = s->sharpenKernelB ? s->sharpenKernelB(s->sharpenSizeRatio * x, s) : 0.0;
     return a - s->sharpenAmount * b;
 }
 
@@ -311,7 +311,8 @@ void calculateLut(RenderSettings* settings, bool clampNegative) {
         for (int j = 0; j < n; ++j) {
             const double a = double(j) / double(n - 1);
             const double position = 2.0 * a - (1.0 - a);
-            double w = kernel((position - phase) * s, settings);
+            // An unknown identifier has no kernel: its rows stay zero rather than crash.
+            double w = kernel ? kernel((position - phase) * s, settings) : 0.0;
             if (clampNegative && w < 0.0) w = 0.0;
             weights[j] = w;
             sum += w;

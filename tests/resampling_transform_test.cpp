@@ -146,8 +146,7 @@ TEST(CoreTransformRender, IdentityKeepsThePictureInEveryFormat) {
 TEST(CoreTransformRender, PerspectiveQuadAndBackApproximatesTheSource) {
     for (PluginRasterFormat f : {RF_RGBA8, RF_ARGB16, RF_RGBA32, RF_ARGB14}) {
         SCOPED_TRACE(int(f));
-        MemoryImage src(f, 96, 72), flat(f, 96, 72), back(f, 96, 72),
-            bottomUp(f, 96, 72, MemoryImage::Rows::BottomUp);
+        MemoryImage src(f, 96, 72), flat(f, 96, 72), back(f, 96, 72);
         fillSmooth(src);
         Transform forward(1, src, flat);
         forward.args.transformType = 2;
@@ -163,23 +162,51 @@ TEST(CoreTransformRender, PerspectiveQuadAndBackApproximatesTheSource) {
         EXPECT_EQ(channel(flat, 2, 2, 0), 0);
         EXPECT_NE(channel(flat, 48, 12, 0), 0);
 
-        // Rows walked upward in memory give the same picture.
+        // Rows walked upward in memory give the same picture, through the table sampler too.
         MemoryImage flatUp(f, 96, 72, MemoryImage::Rows::BottomUp);
         MemoryImage srcUp(f, 96, 72, MemoryImage::Rows::BottomUp);
         fillSmooth(srcUp);
-        Transform forwardUp(1, srcUp, flatUp);
-        forwardUp.args = forward.args;
-        forwardUp.run(srcUp, flatUp);
-        EXPECT_EQ(flatUp.bytes(), flat.bytes());
-        Transform inverseUp(9, flatUp, bottomUp);
-        inverseUp.args = inverse.args;
-        inverseUp.args.filter = 9;
-        inverseUp.run(flatUp, bottomUp);
-        Transform inverseDown(9, flat, back);
-        inverseDown.args = inverseUp.args;
-        inverseDown.run(flat, back);
-        EXPECT_EQ(bottomUp.bytes(), back.bytes());
+        for (int filter : {1, 9}) {
+            forward.args.filter = filter;
+            Transform forwardUp = forward;
+            forward.run(src, flat);
+            forwardUp.run(srcUp, flatUp);
+            EXPECT_EQ(flatUp.bytes(), flat.bytes());
+        }
     }
+}
+
+TEST(CoreTransformRender, OriginShiftsTheScanAndCornersPlaceThePolygon) {
+    MemoryImage src(RF_ARGB8, 30, 20), plain(RF_ARGB8, 30, 20), shifted(RF_ARGB8, 30, 20);
+    fillNoise(src, 4);
+    // At output size no settings are needed; the origin moves the scan over the frame.
+    CoreRenderArguments args;
+    initializeCoreRenderArguments(&args);
+    args.renderMode = 1;
+    MemoryHost host(&src, &plain);
+    CommonRender_CoreTransformRender(&host, args, src.info, plain.info, true, false, nullptr, true,
+                                     false);
+    MemoryHost hostShifted(&src, &shifted);
+    hostShifted.setOrigin(5, 3);
+    CommonRender_CoreTransformRender(&hostShifted, args, src.info, shifted.info, true, false,
+                                     nullptr, true, false);
+    // The window's own edge cuts the polygon there: its first row and column are border pixels.
+    for (int y = 1; y < 17; ++y)
+        for (int x = 1; x < 25; ++x)
+            ASSERT_EQ(*shifted.pixel<uint32_t>(x, y), *plain.pixel<uint32_t>(x + 5, y + 3));
+
+    // Nearest texture runs from 0.5 to width - 1.5: corners there, a hair off the pixel centres,
+    // copy pixel for pixel all but the last two rows and columns.
+    Transform corners(0, src, plain);
+    corners.args.renderMode = corners.settings.renderMode = 2;
+    const double in = 0.5 - 1e-9;
+    const double xs[4] = {in, in, in + 28, in + 28}, ys[4] = {in, in + 18, in + 18, in};
+    for (int i = 0; i < 4; ++i) corners.settings.corners[i] = TX_Point2D(xs[i], ys[i]);
+    corners.run(src, plain);
+    for (int y = 0; y < 20; ++y)
+        for (int x = 0; x < 30; ++x)
+            ASSERT_EQ(*plain.pixel<uint32_t>(x, y),
+                      (x < 28 && y < 18) ? *src.pixel<uint32_t>(x, y) : 0u);
 }
 
 TEST(CoreTransformRender, ConcaveAndDegenerateQuadsDrawNothing) {
