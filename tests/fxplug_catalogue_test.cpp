@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <numbers>
 
 namespace {
 
@@ -110,8 +110,8 @@ TEST(FxPlugCatalogue, LimitsSlidersAndDefaultsReachTheHost) {
     }
     // Bend Angle is declared in degrees and kept in radians.
     auto const* angle = store.find(kBendAngle);
-    EXPECT_NEAR(angle->defaultValue[0], 45.0 * M_PI / 180.0, 1e-12);
-    EXPECT_NEAR(angle->max, 100.0 * M_PI / 180.0, 1e-12);
+    EXPECT_NEAR(angle->defaultValue[0], 45.0 * std::numbers::pi / 180.0, 1e-12);
+    EXPECT_NEAR(angle->max, 100.0 * std::numbers::pi / 180.0, 1e-12);
     EXPECT_DOUBLE_EQ(store.find(kWireframeColor)->defaultValue[1], 128.0 / 255.0);
     EXPECT_EQ(store.find(kHeightSlant)->defaultValue, (ParameterStore::Value{0.5, 1.0, 0}));
 

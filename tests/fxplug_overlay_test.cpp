@@ -1,0 +1,170 @@
+#include "fxplug/MirrelBundle.h"
+#include "fxplug/Mirrel_FXPLUG_Overlay.h"
+#include "params/ParamIds.h"
+#include "platform/GLRecorder.h"
+#include "support/HostPicture.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Value = ParameterStore::Value;
+constexpr int W = 200, H = 100; // canvas: fractions times this size are drawing units
+
+// Start (40, 60), end (160, 60), height point (100, 90), middle (100, 60), translate (100, 20).
+struct Canvas {
+    InProcessHost host;
+    explicit Canvas(InProcessFamily family = InProcessFamily::FinalCutPro) : host(family) {
+        EXPECT_TRUE(host.load(MirrelBundle()));
+        host.setValue(kBaselineStart, {0.2, 0.6});
+        host.setValue(kBaselineEnd, {0.8, 0.6});
+        host.setValue(kHeightSlant, {0.5, 0.9});
+        host.setValue(kTranslate, {0.5, 0.2});
+    }
+    Value at(unsigned id) { return host.params().valueAt(*host.params().find(id), 0.0); }
+    int part(double x, double y) { return host.activePartAt(x, y, W, H, 0.0); }
+    std::vector<Value> points() {
+        return {at(kBaselineStart), at(kBaselineEnd), at(kHeightSlant), at(kTranslate)};
+    }
+};
+
+void expectNear(Value const& v, double x, double y) {
+    EXPECT_NEAR(v[0], x, 1e-12);
+    EXPECT_NEAR(v[1], y, 1e-12);
+}
+
+TEST(FxPlugOverlay, SelectionFindsLinesAndHandlesByTheirPickAreas) {
+    for (auto family : {InProcessFamily::FinalCutPro, InProcessFamily::Motion}) {
+        Canvas c(family); // no flip: the same stored points pick at the same positions
+        EXPECT_EQ(c.part(0.35, 0.6), 1);
+        EXPECT_EQ(c.part(0.35, 0.615), 1) << "1.5 units off the baseline";
+        EXPECT_EQ(c.part(0.35, 0.625), 0) << "2.5 units off";
+        EXPECT_EQ(c.part(0.5, 0.75), 16);
+        EXPECT_EQ(c.part(0.2, 0.6), 2);
+        EXPECT_EQ(c.part(0.24, 0.68), 2) << "8 units off in x and y";
+        EXPECT_EQ(c.part(0.2, 0.7), 0) << "10 units below";
+        EXPECT_EQ(c.part(0.8, 0.6), 4);
+        EXPECT_EQ(c.part(0.5, 0.9), 8);
+        EXPECT_EQ(c.part(0.5, 0.2), 32);
+        int middle = c.part(0.5, 0.6);
+        EXPECT_TRUE(middle == 1 || middle == 16) << "the middle has no handle: " << middle;
+    }
+}
+
+TEST(FxPlugOverlay, LinesMoveTheWholeFloorAndHandlesTheirOwnPoint) {
+    struct Case {
+        double x, y;   // press
+        bool moved[4]; // start, end, height, translate
+    };
+    Case const cases[] = {
+        {0.35, 0.6, {true, true, true, false}},  // baseline
+        {0.5, 0.75, {true, true, true, false}},  // height line
+        {0.2, 0.6, {true, false, false, false}}, // handles
+        {0.8, 0.6, {false, true, false, false}},
+        {0.5, 0.9, {false, false, true, false}},
+        {0.5, 0.2, {false, false, false, true}},
+        {0.05, 0.05, {true, true, true, false}}, // nothing under the mouse
+    };
+    for (Case const& k : cases) {
+        SCOPED_TRACE(testing::Message() << k.x << ", " << k.y);
+        Canvas c;
+        auto before = c.points();
+        EXPECT_TRUE(c.host.mouseDown(k.x, k.y, W, H, 0.0));
+        EXPECT_TRUE(c.host.mouseDragged(k.x + 0.3, k.y - 0.1, 0.0));
+        EXPECT_TRUE(
+            c.host.mouseDragged(k.x + 0.1, k.y - 0.05, 0.0)); // from the press, not the last drag
+        auto after = c.points();
+        for (int i = 0; i < 4; ++i) {
+            double dx = k.moved[i] ? 0.1 : 0.0, dy = k.moved[i] ? -0.05 : 0.0;
+            expectNear(after[i], before[i][0] + dx, before[i][1] + dy);
+        }
+        // Released where it was pressed, everything is back.
+        EXPECT_TRUE(c.host.mouseUp(k.x, k.y, 0.0));
+        EXPECT_EQ(c.points(), before);
+    }
+}
+
+TEST(FxPlugOverlay, NoDragWithoutAPressAndNoneAfterRelease) {
+    Canvas c;
+    auto before = c.points();
+    EXPECT_FALSE(c.host.mouseDragged(0.9, 0.9, 0.0));
+    EXPECT_FALSE(c.host.mouseUp(0.9, 0.9, 0.0));
+    EXPECT_EQ(c.points(), before);
+
+    c.host.mouseDown(0.8, 0.6, W, H, 0.0);
+    c.host.mouseUp(0.7, 0.5, 0.0);
+    auto released = c.points();
+    expectNear(released[1], 0.7, 0.5);
+    EXPECT_FALSE(c.host.mouseDragged(0.1, 0.1, 0.0));
+    EXPECT_EQ(c.points(), released);
+
+    // A press that finds no on-screen interface starts no drag.
+    c.host.withhold(FxProtocol::OnScreenControl, true);
+    EXPECT_FALSE(c.host.mouseDown(0.2, 0.6, W, H, 0.0));
+    c.host.withhold(FxProtocol::OnScreenControl, false);
+    EXPECT_FALSE(c.host.mouseDragged(0.3, 0.3, 0.0));
+    EXPECT_EQ(c.points(), released);
+}
+
+TEST(FxPlugOverlay, HandlesGoOffTheFrameUnclamped) {
+    Canvas c;
+    c.host.mouseDown(0.5, 0.9, W, H, 0.0);
+    c.host.mouseDragged(-0.25, 1.5, 0.0);
+    expectNear(c.at(kHeightSlant), -0.25, 1.5);
+    c.host.mouseDown(0.5, 0.2, W, H, 0.0);
+    c.host.mouseUp(1.75, -0.5, 0.0);
+    expectNear(c.at(kTranslate), 1.75, -0.5);
+}
+
+TEST(FxPlugOverlay, DrawingNamesShapesOnlyInSelectionMode) {
+    Canvas c;
+    for (GLenum mode : {GL_RENDER, GL_SELECT}) {
+        FxGLRecorder gl(mode);
+        {
+            FxGLScope scope(gl);
+            c.host.overlay()->drawOSC_height_activePart_time(W, H, 0, 0.0);
+        }
+        std::vector<unsigned> names, primitives;
+        std::vector<float> widths;
+        std::vector<std::array<float, 2>> quadCorners;
+        GLenum current = 0;
+        for (auto const& call : gl.calls) {
+            if (call.op == FxGLRecorder::Op::LoadName) names.push_back(call.value);
+            if (call.op == FxGLRecorder::Op::LineWidth) widths.push_back(call.f[0]);
+            if (call.op == FxGLRecorder::Op::Begin) primitives.push_back(current = call.value);
+            if (call.op == FxGLRecorder::Op::Vertex2f && current == GL_QUADS &&
+                quadCorners.size() < 4)
+                quadCorners.push_back({call.f[0], call.f[1]});
+        }
+        if (mode == GL_RENDER) {
+            EXPECT_EQ(names, (std::vector<unsigned>{0}));
+            EXPECT_TRUE(widths.empty()) << "lines keep the host's width";
+            EXPECT_EQ(primitives, (std::vector<unsigned>{GL_LINES, GL_LINES, GL_POINTS, GL_POINTS,
+                                                         GL_POINTS, GL_POINTS}));
+        } else {
+            EXPECT_EQ(names, (std::vector<unsigned>{0, 1, 16, 2, 4, 8, 32, 0}));
+            EXPECT_EQ(widths, (std::vector<float>{4.0f, 1.0f}));
+            EXPECT_EQ(primitives, (std::vector<unsigned>{GL_LINES, GL_LINES, GL_QUADS, GL_QUADS,
+                                                         GL_QUADS, GL_QUADS}));
+            using P = std::array<float, 2>;
+            EXPECT_EQ(quadCorners, (std::vector<P>{{31, 51}, {31, 69}, {49, 69}, {49, 51}}));
+        }
+    }
+    EXPECT_EQ(g_width, W);
+    EXPECT_EQ(g_height, H);
+}
+
+TEST(FxPlugOverlay, ControlsAreDrawnInTheHostsDirection) {
+    for (auto family : {InProcessFamily::FinalCutPro, InProcessFamily::Motion}) {
+        Canvas c(family);
+        HostPicture canvas(W, H);
+        ASSERT_TRUE(c.host.drawControls(canvas.image, 0.0));
+        int row = family == InProcessFamily::Motion ? H - 90 : 90; // the height handle
+        unsigned char const* p = canvas.row(row) + 4 * 100;
+        EXPECT_EQ(std::vector<int>(p, p + 4), (std::vector<int>{255, 255, 0, 255}));
+        unsigned char const* blank = canvas.row(H - 1 - row) + 4 * 100;
+        EXPECT_EQ(blank[3], 0);
+    }
+}
+
+} // namespace

@@ -1,0 +1,244 @@
+#include "fxplug/HostIndex.h"
+#include "fxplug/MirrelBundle.h"
+#include "fxplug/PluginHost_FXPLUG_Impl.h"
+#include "fxplug/PluginUpdate_FXPLUG_Impl.h"
+#include "params/ParamIds.h"
+#include "params/PluginUpdate_Impl.h"
+#include "params/RenderArguments.h"
+#include "platform/FxBitmap.h"
+#include "platform/Process.h"
+#include "support/HostPicture.h"
+
+#include <gtest/gtest.h>
+
+#include <numbers>
+
+namespace {
+
+constexpr double kDegrees = 57.29577951308232;
+
+// A loaded plug-in on a host of one family, and the host object of a change in the inspector
+// (setting and action interfaces present), at `frame`.
+struct Loaded {
+    InProcessHost host;
+    FxRenderInfo info;
+    PluginHost_FXPLUG_Impl face;
+
+    explicit Loaded(InProcessFamily family, double frame = 0.0)
+        : host(family), face(nullptr, &host.params(), nullptr, nullptr, &info, nullptr,
+                             &host.params(), nullptr, &host.params()) {
+        info.frame = frame;
+        EXPECT_TRUE(host.load(MirrelBundle()));
+        host.setCurrentTime(frame);
+    }
+    ParameterStore::Value value(unsigned id, double frame = 0.0) {
+        return host.params().valueAt(*host.params().find(id), frame);
+    }
+};
+
+TEST(FxPlugChangeRules, SwitchesEnableAndDisableWhatTheyGovern) {
+    Loaded l(InProcessFamily::FinalCutPro);
+    ParameterStore& s = l.host.params();
+    // Until the switch first changes, the catalogue's flags hold.
+    EXPECT_TRUE(s.isDisabled(kShutterAngle));
+    EXPECT_TRUE(s.isDisabled(kShutterPhase));
+    EXPECT_FALSE(s.isDisabled(kSamples));
+
+    l.host.setValue(kMotionBlur, {1});
+    for (unsigned id : {kShutterAngle, kShutterPhase, kSamples}) EXPECT_FALSE(s.isDisabled(id));
+    l.host.setValue(kMotionBlur, {0});
+    for (unsigned id : {kShutterAngle, kShutterPhase, kSamples}) EXPECT_TRUE(s.isDisabled(id));
+    EXPECT_EQ(s.find(kShutterAngle)->flags, 45u) << "other bits stay";
+
+    l.host.setValue(kTransferMode, {0});
+    EXPECT_TRUE(s.isDisabled(kSourceOpacity));
+    EXPECT_FALSE(s.isDisabled(kMirrelOpacity));
+    l.host.setValue(kTransferMode, {14});
+    EXPECT_FALSE(s.isDisabled(kSourceOpacity));
+
+    unsigned const bendGoverned[] = {kBendAngle, kBendStart,     kBendStretch, kSeamStyle,
+                                     kSeamSize,  kSeamIntensity, kSeamColor};
+    l.host.setValue(kBend, {1});
+    for (unsigned id : bendGoverned) EXPECT_FALSE(s.isDisabled(id)) << id;
+    l.host.setValue(kBend, {0});
+    for (unsigned id : bendGoverned) EXPECT_TRUE(s.isDisabled(id)) << id;
+    EXPECT_FALSE(s.isDisabled(kBend));
+}
+
+TEST(FxPlugChangeRules, OtherIdsAndMissingInterfacesTouchNoFlag) {
+    Loaded l(InProcessFamily::Motion);
+    auto flags = [&] {
+        std::vector<unsigned> f;
+        for (auto const& p : l.host.params().params()) f.push_back(p.flags);
+        return f;
+    };
+    auto before = flags();
+    l.host.params().setConstant(kMotionBlur, {1});
+    EXPECT_EQ(l.host.filter()->parameterChanged(kSamples), YES);
+    EXPECT_EQ(l.host.filter()->parameterChanged(kGroupMotionBlur), YES);
+    EXPECT_EQ(flags(), before);
+    l.host.withhold(FxProtocol::CustomParameterAction, true);
+    EXPECT_EQ(l.host.filter()->parameterChanged(kMotionBlur), NO);
+    EXPECT_EQ(flags(), before);
+}
+
+TEST(FxPlugUpdate, FlagsColoursAndBooleans) {
+    Loaded l(InProcessFamily::FinalCutExpress, 4.0);
+    ParameterStore& s = l.host.params();
+    PluginUpdate_Impl update(&s, &s, 4.0);
+
+    s.setKey(kSeamColor, 0.0, {0.5, 0.5, 0.5}); // keyed: the write lands at the update's time
+    update.SetColorValue(kSeamColor, TX_Pixel{{255, 0, 128, 7}});
+    auto c = l.value(kSeamColor, 4.0);
+    EXPECT_EQ(c, (ParameterStore::Value{1.0, 0.0, 128 / 255.0}));
+    EXPECT_EQ(l.value(kSeamColor, 0.0)[0], 0.5);
+
+    update.setEnableLayout(kSourceOpacity, true); // already enabled: same flags written back
+    EXPECT_EQ(s.find(kSourceOpacity)->flags, 8u);
+    update.setEnableLayout(kBendStart, true);
+    EXPECT_EQ(s.find(kBendStart)->flags, 40u);
+
+    PluginUpdate_FXPLUG_Impl fx(&l.face);
+    fx.setGroupOpen(0, kGroupMotionBlur, true);
+    EXPECT_FALSE(s.isClosed(kGroupMotionBlur));
+    EXPECT_EQ(s.find(kSamples)->flags, 40u);
+    fx.setGroupOpen(0, kGroupBlend, false);
+    EXPECT_TRUE(s.isClosed(kGroupBlend));
+    fx.setEnable(0, kGamma, false);
+    EXPECT_EQ(s.find(kGamma)->flags, 12u);
+    fx.setParamNameEnable(0, kGamma, "Gamma!", true);
+    EXPECT_EQ(s.find(kGamma)->flags, 8u);
+    EXPECT_EQ(s.find(kGamma)->name, "Gamma") << "this family cannot rename";
+
+    bool bend = true;
+    update.GetBoolValue(kBend, bend);
+    EXPECT_FALSE(bend);
+    fx.setBoolValue(0, kBend, true);
+    update.GetBoolValue(kBend, bend);
+    EXPECT_TRUE(bend);
+}
+
+TEST(FxPlugParameterAccess, MotionPointsAreFlippedBothWays) {
+    for (auto family : {InProcessFamily::FinalCutPro, InProcessFamily::Motion}) {
+        Loaded l(family);
+        bool motion = family == InProcessFamily::Motion;
+        SCOPED_TRACE(motion ? "Motion" : "Final Cut Pro");
+        l.host.setValue(kBaselineStart, {0.25, 0.75});
+        l.host.setValue(kTranslate, {0.5, 0.125});
+        PluginHost_API::TimeObject now(0, 100, 3000);
+
+        double x = 0, y = 0;
+        l.face.GetPoint2DValue(4, kBaselineStart, now, x, y);
+        EXPECT_EQ(x, 0.25);
+        EXPECT_EQ(y, motion ? 0.25 : 0.75);
+        RenderArguments args;
+        ParamsRetrieveValues(&l.face, &args);
+        EXPECT_EQ(args.baselineStartY, y);
+        EXPECT_EQ(args.translateY, motion ? 0.875 : 0.125);
+
+        // Writing back what was read restores the stored value.
+        l.host.setValue(kBaselineStart, {0, 0});
+        l.face.SetPoint2DValue(4, kBaselineStart, x, y);
+        EXPECT_EQ(l.value(kBaselineStart), (ParameterStore::Value{0.25, 0.75, 0}));
+        PluginUpdate_FXPLUG_Impl update(&l.face);
+        update.setPoint2DValue(0, kHeightSlant, 0.5, 0.25);
+        EXPECT_EQ(l.value(kHeightSlant)[1], motion ? 0.75 : 0.25);
+    }
+}
+
+TEST(FxPlugParameterAccess, AnglesConvertBothWays) {
+    Loaded l(InProcessFamily::FinalCutPro);
+    l.host.setValue(kBendAngle, {1.0}); // the host keeps radians
+    double degrees = 0;
+    l.face.GetAngleValue(11, kBendAngle, PluginHost_API::TimeObject(0, 100, 3000), degrees);
+    EXPECT_EQ(degrees, kDegrees);
+    RenderArguments args;
+    ParamsRetrieveValues(&l.face, &args);
+    EXPECT_EQ(args.bendAngle, degrees);
+    double plain = 0;
+    l.face.GetFloatValue(11, kBendAngle, PluginHost_API::TimeObject(0, 100, 3000), plain);
+    EXPECT_EQ(plain, 1.0);
+
+    PluginUpdate_FXPLUG_Impl update(&l.face);
+    update.setAngleValue(0, kBendAngle, 90.0);
+    EXPECT_DOUBLE_EQ(l.value(kBendAngle)[0], std::numbers::pi / 2);
+    // The host interface converts the caller's value in place.
+    double value = 30.0;
+    l.face.SetAngleValue(11, kBendAngle, value);
+    EXPECT_DOUBLE_EQ(value, std::numbers::pi / 6);
+}
+
+TEST(FxPlugParameterAccess, TimeBaseIsOneHundredTicksAFrame) {
+    Loaded l(InProcessFamily::Motion, 2.999);
+    EXPECT_EQ(l.face.getTimeScale(), 3000);
+    EXPECT_EQ(l.face.getTimeStep(), 100);
+    EXPECT_EQ(l.face.getFrameLength(), 3000);
+    EXPECT_EQ(l.face.getCurrentTime(), 299);
+    // Keys at frames 12 and 13: tick 1250 of 100 a frame reads halfway.
+    l.host.setKey(kZoom, 12.0, {0.0});
+    l.host.setKey(kZoom, 13.0, {10.0});
+    double zoom = 0;
+    l.face.GetFixedFloatValue(29, kZoom, PluginHost_API::TimeObject(1250, 100, 3000), zoom);
+    EXPECT_DOUBLE_EQ(zoom, 5.0);
+    l.info.frame = 12.25; // a render reads its own frame
+    RenderArguments args;
+    ParamsRetrieveValues(&l.face, &args);
+    EXPECT_DOUBLE_EQ(args.zoom, 2.5);
+}
+
+TEST(FxPlugHostIdentity, VersionBitsAndApplicationCodes) {
+    InProcessHost host(InProcessFamily::Motion, 0xFA5FFFFFu);
+    ASSERT_TRUE(host.load(MirrelBundle()));
+    EXPECT_EQ(g_hostIndex, kHostMotion);
+    PluginHost_FXPLUG_Impl face(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                nullptr, nullptr);
+    int first = -1, second = -1;
+    EXPECT_EQ(face.getHostVersionNum(first, second), 1);
+    EXPECT_EQ(first, 0);
+    EXPECT_EQ(second, 0);
+    face.setHostVersionNum(host.apiManager());
+    face.getHostVersionNum(first, second);
+    EXPECT_EQ(first, 5) << "minor first";
+    EXPECT_EQ(second, 10);
+
+    long const fcpr = 0x46435052, motn = 0x4D4F544E;
+    struct Case {
+        InProcessFamily family;
+        unsigned index;
+        bool fcpr, motn;
+    };
+    for (Case c : {Case{InProcessFamily::FinalCutPro, 0, true, false},
+                   Case{InProcessFamily::Motion, 1, false, true},
+                   Case{InProcessFamily::FinalCutExpress, 2, false, false}}) {
+        InProcessHost h(c.family);
+        ASSERT_TRUE(h.load(MirrelBundle()));
+        EXPECT_EQ(g_hostIndex, c.index);
+        EXPECT_EQ(face.isApplication(fcpr), c.fcpr);
+        EXPECT_EQ(face.isApplication(motn), c.motn);
+        EXPECT_EQ(face.hasCamera(), c.motn);
+    }
+}
+
+TEST(FxPlugHostIdentity, UnknownHostIsToldByProcessNameOrAssumedFinalCutPro) {
+    struct Case {
+        char const* process;
+        unsigned index;
+        bool panel;
+    };
+    for (Case c : {Case{"Apple Motion 3", 1, false}, Case{"Final Cut Express HD", 2, false},
+                   Case{"Final Cut Pro", 0, false}, Case{"mirrel-render", 0, true}}) {
+        SetCurrentProcessName(c.process);
+        InProcessHost host(InProcessFamily::Unknown);
+        testing::internal::CaptureStderr();
+        ASSERT_TRUE(host.load(MirrelBundle()));
+        std::string err = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(g_hostIndex, c.index) << c.process;
+        EXPECT_EQ(err, c.panel ? "Host Error: Unable to figure out your host.  Assuming Final Cut "
+                                 "Pro.\n"
+                               : "")
+            << c.process;
+    }
+    SetCurrentProcessName("");
+}
+
+} // namespace

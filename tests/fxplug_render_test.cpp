@@ -1,0 +1,156 @@
+#include "fxplug/FxFrame.h"
+#include "fxplug/MirrelBundle.h"
+#include "params/ParamIds.h"
+#include "platform/FxBitmap.h"
+#include "support/HostPicture.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// A bitmap whose row r holds the byte r + 1 followed by its column, so rows tell where they
+// came from.
+FxBitmap* numberedBitmap(unsigned width, unsigned height) {
+    FxImageInfo info;
+    info.width = width;
+    info.height = height;
+    FxBitmap* b = FxBitmap::alloc()->initWithInfo(info);
+    for (unsigned y = 0; y < height; ++y) {
+        auto* row = static_cast<unsigned char*>(b->dataPtr()) + y * b->rowBytes();
+        for (unsigned i = 0; i < width * 4; ++i) row[i] = (unsigned char)((y + 1) * 16 + i % 16);
+    }
+    return b;
+}
+
+unsigned char const* rowOf(FxBitmap* b, unsigned y) {
+    return static_cast<unsigned char const*>(b->dataPtr()) + y * b->rowBytes();
+}
+
+TEST(FxPlugFrame, LineDoubleAndLineHalfKeepTheOddLines) {
+    FxBitmap* field = numberedBitmap(3, 4);
+    FxBitmap* doubled = render_lineDouble(field);
+    ASSERT_NE(doubled, nullptr);
+    ASSERT_EQ(doubled->height(), 8u);
+    for (unsigned i = 0; i < 4; ++i) {
+        EXPECT_EQ(0, std::memcmp(rowOf(doubled, 2 * i), rowOf(field, i), 12));
+        EXPECT_EQ(0, std::memcmp(rowOf(doubled, 2 * i + 1), rowOf(field, i), 12));
+    }
+    // Make the odd lines tell themselves apart, then halve: lines 1, 3, 5, 7 come back.
+    for (unsigned y = 1; y < 8; y += 2)
+        static_cast<unsigned char*>(doubled->dataPtr())[y * doubled->rowBytes()] =
+            (unsigned char)(200 + y);
+    FxBitmap* out = numberedBitmap(3, 4);
+    render_lineHalf(doubled, out, true);
+    for (unsigned y = 0; y < 4; ++y) EXPECT_EQ(rowOf(out, y)[0], 200 + 2 * y + 1);
+    render_lineHalf(doubled, out, false);
+    for (unsigned y = 0; y < 4; ++y) EXPECT_EQ(rowOf(out, y)[0], rowOf(field, y)[0]);
+    // A destination with more rows than half the source stops when the source runs out.
+    FxBitmap* tall = numberedBitmap(3, 6);
+    render_lineHalf(doubled, tall, true);
+    EXPECT_EQ(rowOf(tall, 3)[0], 207);
+    EXPECT_EQ(rowOf(tall, 4)[0], 5 * 16);
+    for (FxBitmap* b : {field, doubled, out, tall}) b->release();
+}
+
+TEST(FxPlugFrame, InputIsCroppedOrPaddedToTheOutputSize) {
+    FxBitmap* input = numberedBitmap(3, 2);
+    FxBitmap* same = numberedBitmap(3, 2);
+    EXPECT_EQ(getSameSizedInputAsOutput(input, same), input);
+
+    FxBitmap* larger = numberedBitmap(5, 4);
+    FxBitmap* padded = getSameSizedInputAsOutput(input, larger);
+    ASSERT_NE(padded, input);
+    ASSERT_EQ(padded->width(), 5u);
+    ASSERT_EQ(padded->height(), 4u);
+    for (unsigned y = 0; y < 2; ++y) {
+        EXPECT_EQ(0, std::memcmp(rowOf(padded, y), rowOf(input, y), 12));
+        for (unsigned i = 12; i < 20; ++i) EXPECT_EQ(rowOf(padded, y)[i], 0) << y << " " << i;
+    }
+    for (unsigned y = 2; y < 4; ++y)
+        for (unsigned i = 0; i < 20; ++i) EXPECT_EQ(rowOf(padded, y)[i], 0);
+
+    FxBitmap* smaller = numberedBitmap(2, 1);
+    FxBitmap* cropped = getSameSizedInputAsOutput(input, smaller);
+    ASSERT_EQ(cropped->width(), 2u);
+    EXPECT_EQ(0, std::memcmp(rowOf(cropped, 0), rowOf(input, 0), 8));
+    for (FxBitmap* b : {input, same, larger, padded, smaller, cropped}) b->release();
+}
+
+// Baseline lower than the default and a visible reflection, on a host of any family.
+void placeFloor(InProcessHost& host) {
+    host.setValue(kBaselineStart, {0.2, host.pointY(0.55)});
+    host.setValue(kBaselineEnd, {0.85, host.pointY(0.6)});
+    host.setValue(kHeightSlant, {0.45, host.pointY(0.1)});
+    host.setValue(kTranslate, {0.5, host.pointY(0.45)});
+    host.setValue(kLight, {0});
+}
+
+TEST(FxPlugRender, FieldRenderIsTheOddLinesOfTheLineDoubledFrame) {
+    int const w = 48, h = 27;
+    HostPicture input(w, h), output(w, h);
+    input.fillGradient();
+    InProcessHost host(InProcessFamily::FinalCutPro);
+    ASSERT_TRUE(host.load(MirrelBundle())); // the default floor reflects the bottom rows
+    ASSERT_TRUE(host.render(input.image, output.image, {.frame = 3, .field = 1}));
+    EXPECT_TRUE(host.outputPremultiplied());
+
+    // The same frame rendered whole, at twice the height, from the doubled lines.
+    HostPicture doubledIn(w, 2 * h), doubledOut(w, 2 * h);
+    for (int y = 0; y < 2 * h; ++y)
+        std::memcpy(doubledIn.row(y), input.row(y / 2), input.rowLength());
+    ASSERT_TRUE(host.render(doubledIn.image, doubledOut.image, {.frame = 3, .field = 0}));
+    int distinctPairs = 0;
+    for (int y = 0; y < h; ++y) {
+        EXPECT_EQ(output.rowBytes(y), doubledOut.rowBytes(2 * y + 1)) << y;
+        distinctPairs += doubledOut.rowBytes(2 * y) != doubledOut.rowBytes(2 * y + 1);
+    }
+    EXPECT_GT(distinctPairs, 0) << "the reflection tells odd lines from even ones";
+}
+
+TEST(FxPlugRender, MotionAndFinalCutProGiveTheSamePixels) {
+    struct Case {
+        unsigned depth, format;
+        bool bottomUp;
+    };
+    for (Case c : {Case{8, kFxPixelFormat_RGBA, false}, Case{8, kFxPixelFormat_ARGB, true},
+                   Case{16, kFxPixelFormat_ARGB, false}, Case{32, kFxPixelFormat_RGBA, true}}) {
+        SCOPED_TRACE(testing::Message() << c.depth << " bits, format " << c.format);
+        int const w = 20, h = 12;
+        HostPicture input(w, h, c.depth, c.format, c.bottomUp);
+        for (int y = 0; y < h; ++y) { // any picture will do, as long as it is the same one
+            for (std::size_t i = 0; i < input.rowLength(); ++i)
+                input.row(y)[i] = (unsigned char)(i * 5 + y * 17);
+            if (c.depth == 32) // keep floats finite and in range
+                for (int i = 0; i < w * 4; ++i)
+                    reinterpret_cast<float*>(input.row(y))[i] =
+                        float((i * 5 + y * 17) % 97) / 96.0f;
+        }
+        std::vector<unsigned char> results[2];
+        int i = 0;
+        for (auto family : {InProcessFamily::FinalCutPro, InProcessFamily::Motion}) {
+            InProcessHost host(family);
+            ASSERT_TRUE(host.load(MirrelBundle()));
+            placeFloor(host);
+            HostPicture output(w, h, c.depth, c.format, c.bottomUp);
+            ASSERT_TRUE(host.render(input.image, output.image, {.frame = 0}));
+            results[i++] = output.bytes();
+        }
+        EXPECT_EQ(results[0], results[1]);
+        EXPECT_NE(results[0], input.bytes());
+    }
+}
+
+TEST(FxPlugRender, RenderWithoutRetrievalLeavesTheOutput) {
+    HostPicture input(8, 4), output(8, 4);
+    input.fillGradient();
+    std::memset(output.row(0), 7, output.rowLength());
+    InProcessHost host(InProcessFamily::FinalCutExpress);
+    ASSERT_TRUE(host.load(MirrelBundle()));
+    host.withhold(FxProtocol::ParameterRetrieval, true);
+    auto before = output.bytes();
+    EXPECT_FALSE(host.render(input.image, output.image, {}));
+    EXPECT_EQ(output.bytes(), before);
+    EXPECT_FALSE(host.outputPremultiplied());
+}
+
+} // namespace
