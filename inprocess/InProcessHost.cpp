@@ -91,48 +91,28 @@ unsigned char* rowOf(InProcessImage const& image, int y) {
     return static_cast<unsigned char*>(image.data) + long(y) * image.rowBytes;
 }
 
-// Moves the alpha channel of each pixel from last to first (toAlphaFirst) or back, in place.
-void rotateChannels(unsigned char* row, int width, int channelBytes, bool toAlphaFirst) {
-    unsigned char pixel[16];
-    int pb = channelBytes * 4;
-    for (int x = 0; x < width; ++x, row += pb) {
-        std::memcpy(pixel, row, std::size_t(pb));
-        if (toAlphaFirst) {
-            std::memcpy(row, pixel + 3 * channelBytes, std::size_t(channelBytes));
-            std::memcpy(row + channelBytes, pixel, std::size_t(3 * channelBytes));
-        } else {
-            std::memcpy(row, pixel + channelBytes, std::size_t(3 * channelBytes));
-            std::memcpy(row + 3 * channelBytes, pixel, std::size_t(channelBytes));
-        }
-    }
-}
-
-// A host bitmap for a picture of the caller's. When the caller's rows and pixels already are in
-// the host's layout the bitmap is over the caller's memory; otherwise it has pixels of its own,
-// filled from the caller's picture and, for an output, copied back by `finish`. Motion keeps its
-// rows bottom-up, and its pixel format 0 holds alpha first.
+// A host bitmap for a picture of the caller's. When the caller's rows already run in the host's
+// order (bottom-up on Motion) the bitmap is over the caller's memory; otherwise it has pixels of
+// its own, filled from the caller's picture and, for an output, copied back by `finish`.
 class HostBitmap {
   public:
-    HostBitmap(InProcessImage const& image, bool motion) : m_image(image), m_motion(motion) {
+    HostBitmap(InProcessImage const& image, bool bottomUp, bool fill)
+        : m_image(image), m_bottomUp(bottomUp) {
         FxImageInfo info;
         info.width = unsigned(image.width);
         info.height = unsigned(image.height);
         info.depth = image.depth;
         info.pixelFormat = image.pixelFormat;
-        m_rotate = motion && image.pixelFormat == kFxPixelFormat_RGBA;
-        bool native = !m_rotate && (motion ? image.rowBytes < 0 : image.rowBytes > 0);
+        bool native = bottomUp ? image.rowBytes < 0 : image.rowBytes > 0;
         if (native) {
             m_bitmap = FxBitmap::alloc()->initWithInfo_dataPtr_rowBytes(
-                info, rowOf(image, motion ? image.height - 1 : 0), std::labs(image.rowBytes));
+                info, rowOf(image, bottomUp ? image.height - 1 : 0), std::labs(image.rowBytes));
         } else {
             m_bitmap = FxBitmap::alloc()->initWithInfo(info);
             m_copied = m_bitmap != nullptr;
-            if (m_copied)
-                for (int y = 0; y < image.height; ++y) {
+            if (m_copied && fill)
+                for (int y = 0; y < image.height; ++y)
                     std::memcpy(bitmapRow(y), rowOf(image, y), rowLength());
-                    if (m_rotate)
-                        rotateChannels(bitmapRow(y), image.width, int(image.depth / 8), true);
-                }
         }
         if (m_bitmap) m_bitmap->setPixelAspect(image.pixelAspect);
     }
@@ -145,24 +125,20 @@ class HostBitmap {
     FxBitmap* get() const { return m_bitmap; }
     void finish() {
         if (!m_copied) return;
-        for (int y = 0; y < m_image.height; ++y) {
+        for (int y = 0; y < m_image.height; ++y)
             std::memcpy(rowOf(m_image, y), bitmapRow(y), rowLength());
-            if (m_rotate)
-                rotateChannels(rowOf(m_image, y), m_image.width, int(m_image.depth / 8), false);
-        }
     }
 
   private:
     std::size_t rowLength() const { return std::size_t(m_image.width) * m_image.pixelBytes(); }
     // The bitmap's memory row that holds picture row y.
     unsigned char* bitmapRow(int y) const {
-        int r = m_motion ? m_image.height - 1 - y : y;
+        int r = m_bottomUp ? m_image.height - 1 - y : y;
         return static_cast<unsigned char*>(m_bitmap->dataPtr()) + long(r) * m_bitmap->rowBytes();
     }
 
     InProcessImage m_image;
-    bool m_motion;
-    bool m_rotate = false;
+    bool m_bottomUp;
     FxBitmap* m_bitmap = nullptr;
     bool m_copied = false;
 };
@@ -229,8 +205,8 @@ bool InProcessHost::render(InProcessImage const& input, InProcessImage const& ou
     if (!m_filter || !usable(input) || !usable(output) || input.depth != output.depth ||
         input.pixelFormat != output.pixelFormat)
         return false;
-    HostBitmap in(input, yUp());
-    HostBitmap out(output, yUp());
+    HostBitmap in(input, yUp(), true);
+    HostBitmap out(output, yUp(), true);
     if (!in.get() || !out.get()) return false;
 
     FxRenderInfo info;

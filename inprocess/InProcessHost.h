@@ -27,9 +27,10 @@ enum class InProcessFamily { FinalCutPro = 0, Motion = 1, FinalCutExpress = 2, U
 
 // A picture in the caller's memory, which must outlive the call it is passed to. `data` is the
 // top row as the caller sees the picture; `rowBytes` leads to the row below and may be negative
-// or wider than the pixels. Four channels a pixel of `depth` bits each (32 is float), in the
-// order `pixelFormat` says of the caller's bytes: the host presents them in its own layout
-// (Motion, for one, keeps rows bottom-up and alpha first), copying only where the two differ.
+// or wider than the pixels. Four channels a pixel of `depth` bits each (32 is float).
+// `pixelFormat` is the host's label of the pixels, read as the family reads it: Final Cut Pro
+// and Final Cut Express take kFxPixelFormat_RGBA as R G B A, while Motion, like its own bitmaps,
+// keeps A R G B under either label. Rows are put in the family's order by the host itself.
 struct InProcessImage {
     void* data = nullptr;
     int width = 0;

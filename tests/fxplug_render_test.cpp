@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace {
 
 // A bitmap whose row r holds the byte r + 1 followed by its column, so rows tell where they
@@ -107,6 +109,16 @@ TEST(FxPlugRender, FieldRenderIsTheOddLinesOfTheLineDoubledFrame) {
     EXPECT_GT(distinctPairs, 0) << "the reflection tells odd lines from even ones";
 }
 
+// Moves each pixel's last channel to the front (or back), in place.
+void rotatePixels(HostPicture& p, bool alphaFirst) {
+    std::size_t cb = p.image.depth / 8;
+    for (int y = 0; y < p.image.height; ++y)
+        for (int x = 0; x < p.image.width; ++x) {
+            unsigned char* px = p.row(y) + x * 4 * cb;
+            std::rotate(px, px + (alphaFirst ? 3 * cb : cb), px + 4 * cb);
+        }
+}
+
 TEST(FxPlugRender, MotionAndFinalCutProGiveTheSamePixels) {
     struct Case {
         unsigned depth, format;
@@ -116,27 +128,32 @@ TEST(FxPlugRender, MotionAndFinalCutProGiveTheSamePixels) {
                    Case{16, kFxPixelFormat_ARGB, false}, Case{32, kFxPixelFormat_RGBA, true}}) {
         SCOPED_TRACE(testing::Message() << c.depth << " bits, format " << c.format);
         int const w = 20, h = 12;
-        HostPicture input(w, h, c.depth, c.format, c.bottomUp);
-        for (int y = 0; y < h; ++y) { // any picture will do, as long as it is the same one
-            for (std::size_t i = 0; i < input.rowLength(); ++i)
-                input.row(y)[i] = (unsigned char)(i * 5 + y * 17);
-            if (c.depth == 32) // keep floats finite and in range
-                for (int i = 0; i < w * 4; ++i)
-                    reinterpret_cast<float*>(input.row(y))[i] =
-                        float((i * 5 + y * 17) % 97) / 96.0f;
-        }
-        std::vector<unsigned char> results[2];
+        std::vector<unsigned char> results[2], source;
         int i = 0;
         for (auto family : {InProcessFamily::FinalCutPro, InProcessFamily::Motion}) {
+            HostPicture input(w, h, c.depth, c.format, c.bottomUp);
+            for (int y = 0; y < h; ++y) { // any picture will do, as long as it is the same one
+                for (std::size_t k = 0; k < input.rowLength(); ++k)
+                    input.row(y)[k] = (unsigned char)(k * 5 + y * 17);
+                if (c.depth == 32) // keep floats finite and in range
+                    for (int k = 0; k < w * 4; ++k)
+                        reinterpret_cast<float*>(input.row(y))[k] =
+                            float((k * 5 + y * 17) % 97) / 96.0f;
+            }
+            source = input.bytes();
+            // Motion keeps alpha first under the R G B A label too.
+            bool rotate = family == InProcessFamily::Motion && c.format == kFxPixelFormat_RGBA;
+            if (rotate) rotatePixels(input, true);
             InProcessHost host(family);
             ASSERT_TRUE(host.load(MirrelBundle()));
             placeFloor(host);
             HostPicture output(w, h, c.depth, c.format, c.bottomUp);
             ASSERT_TRUE(host.render(input.image, output.image, {.frame = 0}));
+            if (rotate) rotatePixels(output, false);
             results[i++] = output.bytes();
         }
         EXPECT_EQ(results[0], results[1]);
-        EXPECT_NE(results[0], input.bytes());
+        EXPECT_NE(results[0], source);
     }
 }
 
