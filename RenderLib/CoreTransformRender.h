@@ -106,6 +106,12 @@ int coreTransformRender(PIXEL, C, ACC, V, FORMAT, PluginHost_API* host, CoreRend
         local.dstRect = TX_IRect();
         local.srcLeft = local.srcTop = 0;
         local.srcRight = local.srcBottom = -1;
+        // Supersampling on a 3 by 3 grid a third of a pixel apart, equally weighted.
+        for (int k = 0; k < 9; ++k) {
+            local.ssWeights[k] = 1.0 / 9.0;
+            local.ssOffsetX[k] = (k % 3 - 1) / 3.0;
+            local.ssOffsetY[k] = (k / 3 - 1) / 3.0;
+        }
     }
     RenderSettings& s = given ? *given : local;
     s.renderMode = args.renderMode;

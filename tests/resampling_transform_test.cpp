@@ -195,6 +195,19 @@ TEST(CoreTransformRender, OriginShiftsTheScanAndCornersPlaceThePolygon) {
         for (int x = 1; x < 25; ++x)
             ASSERT_EQ(*shifted.pixel<uint32_t>(x, y), *plain.pixel<uint32_t>(x + 5, y + 3));
 
+    // Supersampling without the caller's settings has a grid of its own: close to the plain
+    // table sampler it stands on.
+    MemoryImage smooth(RF_RGBA32, 30, 20), plainOut(RF_RGBA32, 30, 20), ssOut(RF_RGBA32, 30, 20);
+    fillSmooth(smooth);
+    for (int filter : {9, 22}) {
+        args.filter = filter;
+        MemoryImage& out = filter == 9 ? plainOut : ssOut;
+        MemoryHost floatHost(&smooth, &out);
+        CommonRender_CoreTransformRender(&floatHost, args, smooth.info, out.info, true, false,
+                                         nullptr, true, false);
+    }
+    EXPECT_LT(maxInteriorError(plainOut, ssOut, 2), 0.03);
+
     // Nearest texture runs from 0.5 to width - 1.5: corners there, a hair off the pixel centres,
     // copy pixel for pixel all but the last two rows and columns.
     Transform corners(0, src, plain);
