@@ -1,6 +1,6 @@
 #include "apps/cli/Args.h"
 
-#include "apps/cli/Errors.h"
+#include "apps/common/Errors.h"
 
 #include <cmath>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 #include "apps/cli/FramePattern.h"
 
-#include "apps/cli/Errors.h"
+#include "apps/common/Errors.h"
 
 #include <cctype>
 #include <cstdlib>

@@ -1,8 +1,8 @@
 #include "apps/cli/ImageFile.h"
 
-#include "apps/cli/Errors.h"
 #include "apps/cli/TempFile.h"
 #include "apps/common/Alpha.h"
+#include "apps/common/Errors.h"
 
 #include <OpenImageIO/imagebuf.h>
 #include <OpenImageIO/imagebufalgo.h>

@@ -1,6 +1,6 @@
 #include "apps/cli/TempFile.h"
 
-#include "apps/cli/Errors.h"
+#include "apps/common/Errors.h"
 
 #include <csignal>
 #include <cstdio>

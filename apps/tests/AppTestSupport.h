@@ -1,6 +1,6 @@
 #pragma once
-#include "apps/cli/Errors.h"
-#include "apps/cli/ParamLookup.h"
+#include "apps/common/Errors.h"
+#include "apps/common/ParamLookup.h"
 #include "support/MemoryHost.h"
 
 #include <functional>

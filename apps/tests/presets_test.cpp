@@ -1,5 +1,5 @@
 #include "AppTestSupport.h"
-#include "apps/cli/Settings.h"
+#include "apps/common/Settings.h"
 #include "params/ParamIds.h"
 
 #include <gtest/gtest.h>

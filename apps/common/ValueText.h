@@ -1,6 +1,6 @@
 #pragma once
-#include "apps/cli/Json.h"
-#include "apps/cli/ParamLookup.h"
+#include "apps/common/Json.h"
+#include "apps/common/ParamLookup.h"
 
 #include <string>
 

@@ -1,4 +1,4 @@
-#include "apps/cli/Json.h"
+#include "apps/common/Json.h"
 
 #include <cmath>
 #include <cstdio>

@@ -1,6 +1,6 @@
-#include "apps/cli/ValueText.h"
+#include "apps/common/ValueText.h"
 
-#include "apps/cli/Errors.h"
+#include "apps/common/Errors.h"
 
 #include <cmath>
 #include <cstdio>

@@ -1,5 +1,5 @@
 #pragma once
-#include "apps/cli/ValueText.h"
+#include "apps/common/ValueText.h"
 
 #include <string>
 #include <vector>

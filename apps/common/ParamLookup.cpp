@@ -1,6 +1,6 @@
-#include "apps/cli/ParamLookup.h"
+#include "apps/common/ParamLookup.h"
 
-#include "apps/cli/Errors.h"
+#include "apps/common/Errors.h"
 
 #include <algorithm>
 #include <cctype>
