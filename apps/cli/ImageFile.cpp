@@ -103,7 +103,8 @@ void writeImage(std::string const& path, Picture const& picture, FileLayout cons
     if (!out) throw Failure("cannot write " + inQuotes(path) + ": " + OIIO::geterror());
     int channels = layout.hasAlpha && out->supports("alpha") ? 4 : 3;
     Picture pixels = picture;
-    if (layout.straight) unpremultiply(pixels);
+    // Without alpha the premultiplied colour is the picture over black, as it should be.
+    if (channels == 4 && layout.straight) unpremultiply(pixels);
 
     OIIO::ImageSpec spec(picture.width, picture.height, channels,
                          layout.half ? OIIO::TypeDesc::HALF : typeOf(layout.depth));

@@ -9,15 +9,6 @@
 
 namespace {
 
-constexpr double kDegreesToRadians = 0.017453292519943295;
-constexpr unsigned kMotion = 1;
-
-ParameterStore::Value hostUnits(Param const& p, UserValue v, unsigned hostIndex) {
-    if (p.kind == ParamKind::Angle) v[0] *= kDegreesToRadians;
-    if (p.kind == ParamKind::Point && hostIndex == kMotion) v[1] = 1.0 - v[1];
-    return v;
-}
-
 double parseFrame(std::string const& text, std::string const& arg) {
     char* end = nullptr;
     double f = std::strtod(text.c_str(), &end);
@@ -83,20 +74,5 @@ std::vector<Setting> loadPreset(std::vector<Param> const& params, std::string co
         throw UsageError("preset " + inQuotes(path) + ": " + e.what());
     } catch (std::runtime_error const& e) {
         throw UsageError("preset " + inQuotes(path) + " is not valid JSON: " + e.what());
-    }
-}
-
-void applySettings(ParameterStore& store, std::vector<Setting> const& settings,
-                   unsigned hostIndex) {
-    if (hostIndex == kMotion)
-        for (Param const& p : store.params())
-            if (p.kind == ParamKind::Point)
-                store.setConstant(p.id, hostUnits(p, p.defaultValue, hostIndex));
-    for (Setting const& s : settings) {
-        ParameterStore::Value v = hostUnits(*s.param, s.value, hostIndex);
-        if (s.keyed)
-            store.setKey(s.param->id, s.frame, v);
-        else
-            store.setConstant(s.param->id, v);
     }
 }

@@ -19,9 +19,3 @@ Setting parseSetArgument(std::vector<Param> const& params, std::string const& ar
 // Failure if the file cannot be read and UsageError, naming the file, if its content is wrong.
 std::vector<Setting> loadPreset(std::vector<Param> const& params, std::string const& path);
 std::vector<Setting> presetSettings(std::vector<Param> const& params, JsonValue const& doc);
-
-// Writes the settings into the host's store, in order: a constant drops earlier keys of its
-// parameter, a key adds to them. Values go in the host's units: angles in radians, and on a
-// host whose y points up (Motion, index 1) points are flipped, their defaults included, so
-// that every host renders the same picture from the same user values.
-void applySettings(ParameterStore& store, std::vector<Setting> const& settings, unsigned hostIndex);

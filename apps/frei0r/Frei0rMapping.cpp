@@ -9,10 +9,14 @@ namespace {
 
 int typeOf(ParamKind kind) {
     switch (kind) {
-    case ParamKind::Toggle: return F0R_PARAM_BOOL;
-    case ParamKind::Point: return F0R_PARAM_POSITION;
-    case ParamKind::Color: return F0R_PARAM_COLOR;
-    default: return F0R_PARAM_DOUBLE;
+    case ParamKind::Toggle:
+        return F0R_PARAM_BOOL;
+    case ParamKind::Point:
+        return F0R_PARAM_POSITION;
+    case ParamKind::Color:
+        return F0R_PARAM_COLOR;
+    default:
+        return F0R_PARAM_DOUBLE;
     }
 }
 
@@ -41,7 +45,9 @@ std::string explain(Param const& p) {
     }
 }
 
-double unit(double v) { return std::isfinite(v) ? std::clamp(v, 0.0, 1.0) : 0.0; }
+double unit(double v) {
+    return std::isfinite(v) ? std::clamp(v, 0.0, 1.0) : 0.0;
+}
 
 } // namespace
 

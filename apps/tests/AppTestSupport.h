@@ -1,15 +1,14 @@
 #pragma once
+#include "apps/common/EffectSession.h"
 #include "apps/common/Errors.h"
-#include "apps/common/ParamLookup.h"
-#include "support/MemoryHost.h"
 
 #include <functional>
 #include <string>
 
-// The catalogue as a host holds it after the plug-in declared it.
+// The catalogue as the host holds it after the plug-in declared it.
 struct DeclaredParams {
-    MemoryHost host{nullptr, nullptr};
-    std::vector<Param> const& params() { return host.params.params(); }
+    EffectSession session;
+    std::vector<Param> const& params() { return session.params(); }
 };
 
 // The message of the UsageError that f throws, or a marker when it throws none.

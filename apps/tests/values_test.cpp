@@ -90,16 +90,15 @@ TEST(Values, SetArgumentsAndKeyframes) {
 
 TEST(Values, SettingsReachTheHostInItsUnits) {
     DeclaredParams d;
-    ParameterStore& store = d.host.params;
-    std::vector<Setting> settings = {
+    d.session.apply({
         parseSetArgument(d.params(), "Bend Angle=90"),
         parseSetArgument(d.params(), "Zoom@0=1"),
         parseSetArgument(d.params(), "Zoom@10=3"),
         parseSetArgument(d.params(), "Softness@0=50"),
         parseSetArgument(d.params(), "Softness=7"), // a constant drops the keys before it
         parseSetArgument(d.params(), "Baseline End=0.6,0.2"),
-    };
-    applySettings(store, settings, 0);
+    });
+    ParameterStore& store = d.session.host().params();
     auto at = [&](int id, double frame) { return store.valueAt(*store.find(id), frame); };
     EXPECT_NEAR(at(kBendAngle, 0)[0], 3.141592653589793 / 2, 1e-12);
     EXPECT_DOUBLE_EQ(at(kZoom, 2.5)[0], 1.5);
@@ -107,12 +106,12 @@ TEST(Values, SettingsReachTheHostInItsUnits) {
     EXPECT_DOUBLE_EQ(at(kBaselineEnd, 0)[1], 0.2);
 
     // Motion keeps y upwards: every point is flipped, the untouched defaults too.
-    DeclaredParams m;
-    applySettings(m.host.params, {parseSetArgument(m.params(), "Baseline End=0.6,0.2")}, 1);
-    auto mat = [&](int id) { return m.host.params.valueAt(*m.host.params.find(id), 0); };
-    EXPECT_DOUBLE_EQ(mat(kBaselineEnd)[1], 0.8);
-    EXPECT_DOUBLE_EQ(mat(kBaselineStart)[1], 0.25);
-    EXPECT_DOUBLE_EQ(mat(kHeightSlant)[1], 0.0);
+    EffectSession motion(1);
+    motion.apply({parseSetArgument(motion.params(), "Baseline End=0.6,0.2")});
+    ParameterStore& m = motion.host().params();
+    EXPECT_DOUBLE_EQ(m.valueAt(*m.find(kBaselineEnd), 0)[1], 0.8);
+    EXPECT_DOUBLE_EQ(m.valueAt(*m.find(kBaselineStart), 0)[1], 0.25);
+    EXPECT_DOUBLE_EQ(m.valueAt(*m.find(kHeightSlant), 0)[1], 0.0);
 }
 
 } // namespace

@@ -1,0 +1,10 @@
+#include "apps/cli/Mirrel.h"
+
+#include <iostream>
+#include <string>
+#include <vector>
+
+int main(int argc, char** argv) {
+    std::vector<std::string> args(argv + 1, argv + argc);
+    return runMirrel(args, std::cout, std::cerr);
+}

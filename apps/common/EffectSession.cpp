@@ -1,0 +1,96 @@
+#include "apps/common/EffectSession.h"
+
+#include "apps/common/Alpha.h"
+#include "apps/common/Errors.h"
+#include "fxplug/MirrelBundle.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr double kDegreesToRadians = 0.017453292519943295;
+
+InProcessFamily familyOf(unsigned hostIndex) {
+    return hostIndex == 1   ? InProcessFamily::Motion
+           : hostIndex == 2 ? InProcessFamily::FinalCutExpress
+                            : InProcessFamily::FinalCutPro;
+}
+
+// R G B A and A R G B differ by a rotation of each pixel's four channels.
+void rotateChannels(Picture& p, bool toArgb) {
+    size_t cb = size_t(p.channelBytes());
+    unsigned char* px = p.bytes.data();
+    for (size_t i = 0, n = p.pixelCount(); i < n; ++i, px += 4 * cb) {
+        if (toArgb)
+            std::rotate(px, px + 3 * cb, px + 4 * cb);
+        else
+            std::rotate(px, px + cb, px + 4 * cb);
+    }
+}
+
+InProcessImage imageOver(Picture& p, bool argb) {
+    InProcessImage img;
+    img.data = p.bytes.data();
+    img.width = p.width;
+    img.height = p.height;
+    img.rowBytes = p.rowBytes();
+    img.depth = unsigned(p.depth);
+    img.pixelFormat = argb ? kFxPixelFormat_ARGB : kFxPixelFormat_RGBA;
+    return img;
+}
+
+} // namespace
+
+EffectSession::EffectSession(unsigned hostIndex) : m_host(familyOf(hostIndex)) {
+    if (!m_host.load(MirrelBundle())) throw Failure("the Mirrel plug-in did not load");
+}
+
+void EffectSession::apply(std::vector<Setting> const& settings) {
+    auto hostValue = [&](Param const& p, UserValue v) {
+        if (p.kind == ParamKind::Angle) v[0] *= kDegreesToRadians;
+        if (p.kind == ParamKind::Point) v[1] = m_host.pointY(v[1]);
+        return v;
+    };
+    if (!m_pointsPresented && m_host.yUp()) {
+        for (Param const& p : params())
+            if (p.kind == ParamKind::Point) m_host.setValue(p.id, hostValue(p, p.defaultValue));
+    }
+    m_pointsPresented = true;
+    for (Setting const& s : settings) {
+        if (s.keyed)
+            m_host.setKey(s.param->id, s.frame, hostValue(*s.param, s.value));
+        else
+            m_host.setValue(s.param->id, hostValue(*s.param, s.value));
+    }
+}
+
+Picture EffectSession::render(Picture const& input, FrameRequest const& request) {
+    if (!m_pointsPresented) apply({});
+    // Motion lays out even the pictures it labels R G B A as A R G B, and the plug-in reads
+    // them so; a Motion host therefore hands A R G B memory in either order.
+    bool argbMemory = request.argb || m_host.family() == InProcessFamily::Motion;
+    Picture in = input;
+    Picture out(input.width, input.height, input.depth);
+    if (argbMemory) rotateChannels(in, true);
+    InProcessRequest r;
+    r.frame = request.frame;
+    r.field = request.field;
+    r.scaleX = r.scaleY = request.scale;
+    m_host.setCurrentTime(request.frame);
+    if (!m_host.render(imageOver(in, request.argb), imageOver(out, request.argb), r))
+        throw Failure("the effect could not render the frame");
+    if (argbMemory) rotateChannels(out, false);
+    if (!m_host.outputPremultiplied()) premultiply(out);
+    return out;
+}
+
+void EffectSession::drawControls(Picture& picture, double frame) {
+    // The controls draw opaque 8-bit colour; draw them on a clear canvas, then lay the touched
+    // pixels over the picture at its own depth.
+    Picture canvas(picture.width, picture.height, 8);
+    m_host.drawControls(imageOver(canvas, false), frame);
+    for (size_t i = 0, n = picture.pixelCount(); i < n; ++i)
+        if (canvas.bytes[i * 4 + 3] != 0)
+            for (int c = 0; c < 4; ++c) picture.setChannel(i, c, canvas.channel(i, c));
+}
