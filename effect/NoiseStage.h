@@ -1,7 +1,7 @@
 #pragma once
 #include "Transform/Common/TX_Macros.h"
+#include "effect/AddNoise.h"
 #include "host/PluginHost_API.h"
-#include "pixel/Noise.h"
 
 #include <algorithm>
 #include <cstdlib>

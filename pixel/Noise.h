@@ -1,16 +1,11 @@
 #pragma once
-#include "RenderLib/ProgressiveBlur.h"
-#include "Transform/Common/TX_Line2D.h"
-#include "Transform/Common/TX_Macros.h"
-#include "host/PluginHost_API.h"
-#include "pixel/PixelFormats.h"
-#include "pixel/Traits.h"
+#include "host/RasterInfo.h"
 
 #include <cstdlib>
 
-// Monochrome grain: one random field, optionally softened, added alike to red, green and blue
-// and never to alpha. The raster is changed in place, whatever its alpha convention. The field
-// takes one rand() a pixel in raster order, so a seed and a size always give the same grain.
+// Monochrome grain: one random field added alike to red, green and blue and never to alpha.
+// The field takes one rand() a pixel in raster order, so a seed and a size always give the same
+// grain. Softening the field is the noise stage's business.
 
 // The next value of the field, from 0 up to just below 1. The factor is 2 to the power -31.
 inline float noiseUniform() {
@@ -25,91 +20,38 @@ template <class P, class C, class V> inline void addToColor(C* px, float n) {
 }
 } // namespace noise_detail
 
-// The field lives in the alpha channel of a scratch raster of the frame's own type.
-template <class P, class C, class A, class V, class F>
-int AddNoise_RGBA_Int(P, C, A, V, F, PluginHost_API* host, PluginHost_API::RasterInfo& raster,
-                      float amount, float softness, PluginRaster_API::PixelType type) {
-    int const W = raster.width, H = raster.height;
-    int status = 0;
-    PluginRasterProxy scratch(host, nullptr, false, true);
-    PluginRaster_API* made = host->allocRaster(W, H, type, status, 0);
-    scratch.setRaster(made, made != nullptr);
-    if (status != 0 || !scratch.getImpl()) {
-        if (status == 0) status = 1;
-        host->fillOutput();
-        return status;
-    }
-    PluginHost_API::RasterInfo plane;
-    host->getRasterInfo(scratch.getImpl(), &plane);
-    int red, green, blue, alpha;
-    getRasterChannelOrder(plane.format, red, green, blue, alpha);
-
+// Writes the field, at full scale, into the alpha channel of a scratch raster.
+template <class P, class C, class V> void fillNoiseAlpha(PluginRasterInfo& plane, int alpha) {
     float const M = float(P::MAX_VALUE());
-    for (int y = 0; y < H; ++y) {
+    for (int y = 0; y < plane.height; ++y) {
         C* px = reinterpret_cast<C*>(plane.row(y));
-        for (int x = 0; x < W; ++x, px += 4) px[alpha] = C(P::clamp(V(noiseUniform() * M)));
+        for (int x = 0; x < plane.width; ++x, px += 4)
+            px[alpha] = C(P::clamp(V(noiseUniform() * M)));
     }
-    if (MACRO_NOT_NEARLY_EQUAL(softness, 0.0) != 0.0) {
-        TX_Line2D line(0.0, 0.0, 1.0, 1.0, false);
-        CommonRender_progressiveBlur(host, line, softness, 1.0f, 0.0f, 1.0f, 0, &plane, false, -2,
-                                     false);
-    }
-
-    float const a = amount * 0.01f;
-    float const h = M * 0.5f;
-    for (int y = 0; y < H; ++y) {
-        C* px = reinterpret_cast<C*>(raster.row(y));
-        C const* field = reinterpret_cast<C const*>(plane.row(y));
-        for (int x = 0; x < W; ++x, px += 4, field += 4)
-            noise_detail::addToColor<P, C, V>(px, (float(field[alpha]) - h) * a);
-    }
-    return 0;
 }
 
-// The field lives in a float plane of the host's scratch memory. Hosts of the FxPlug family
-// take the raster path.
-template <class P, class C, class A, class V, class F>
-int AddNoise_RGBA(P p, C c, A acc, V v, F f, PluginHost_API* host,
-                  PluginHost_API::RasterInfo& raster, float amount, float softness,
-                  PluginRaster_API::PixelType type) {
-    if (host->getFXPLUGHost() || host->getAVX2Host() || host->isApplication(0x50724D72))
-        return AddNoise_RGBA_Int(p, c, acc, v, f, host, raster, amount, softness, type);
-
-    int const W = raster.width, H = raster.height;
-    void* handle = host->allocMemory(W * H * 4);
-    void* memory = handle ? host->lockMemory(handle) : nullptr;
-    if (!memory) {
-        if (handle) host->deallocMemory(handle);
-        host->fillOutput();
-        return 1;
-    }
-    PluginHost_API::RasterInfo plane;
-    plane.data = memory;
-    plane.format = PluginRasterFormat(9);
-    plane.width = W;
-    plane.height = H;
-    plane.rowBytes = W * 4;
-    plane.pixelBytes = 4;
-    plane.aspectRatio = 1.0f;
-    plane.heightRatio = 1.0f;
-    plane.isYUV = false;
-
-    float* u = static_cast<float*>(memory);
-    for (long i = 0, n = long(W) * H; i < n; ++i) u[i] = noiseUniform();
-    if (MACRO_NOT_NEARLY_EQUAL(softness, 0.0) != 0.0) {
-        TX_Line2D line(0.0, 0.0, 1.0, 1.0, false);
-        CommonRender_progressiveBlur(host, line, softness, 1.0f, 0.0f, 1.0f, 0, &plane, true, -1,
-                                     true);
-    }
-
-    float const a = float(P::MAX_VALUE()) * amount * 0.01f;
-    for (int y = 0; y < H; ++y) {
+// Adds the field kept in the alpha of `plane`, centred on half scale, at `amount` percent.
+template <class P, class C, class V>
+void addNoiseAlpha(PluginRasterInfo& raster, PluginRasterInfo const& plane, int alpha,
+                   float amount) {
+    float const a = amount * 0.01f;
+    float const h = float(P::MAX_VALUE()) * 0.5f;
+    for (int y = 0; y < raster.height; ++y) {
         C* px = reinterpret_cast<C*>(raster.row(y));
-        float const* field = u + long(y) * W;
-        for (int x = 0; x < W; ++x, px += 4)
-            noise_detail::addToColor<P, C, V>(px, (field[x] - 0.5f) * a);
+        C const* field = reinterpret_cast<C const*>(plane.row(y));
+        for (int x = 0; x < raster.width; ++x, px += 4, field += 4)
+            noise_detail::addToColor<P, C, V>(px, (float(field[alpha]) - h) * a);
     }
-    host->unlockMemory(handle);
-    host->deallocMemory(handle);
-    return 0;
+}
+
+// Adds a float field of width times height values from 0 to 1 at `amount` percent.
+template <class P, class C, class V>
+void addNoisePlane(PluginRasterInfo& raster, float const* field, float amount) {
+    float const a = float(P::MAX_VALUE()) * amount * 0.01f;
+    for (int y = 0; y < raster.height; ++y) {
+        C* px = reinterpret_cast<C*>(raster.row(y));
+        float const* row = field + long(y) * raster.width;
+        for (int x = 0; x < raster.width; ++x, px += 4)
+            noise_detail::addToColor<P, C, V>(px, (row[x] - 0.5f) * a);
+    }
 }
