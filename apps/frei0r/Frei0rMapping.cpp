@@ -72,7 +72,9 @@ UserValue userValueFromFrei0r(Param const& p, double const* v) {
     }
     default: {
         Limits l = userLimits(p);
-        double u = l.min + unit(v[0]) * (l.max - l.min);
+        // Written so that both ends of the range come out exact.
+        double x = unit(v[0]);
+        double u = (1.0 - x) * l.min + x * l.max;
         if (p.kind == ParamKind::Int) u = std::round(u);
         return {std::clamp(u, l.min, l.max), 0, 0};
     }

@@ -1,0 +1,198 @@
+#include "AppTestSupport.h"
+#include "apps/cli/ImageFile.h"
+#include "apps/frei0r/Frei0rMapping.h"
+
+extern "C" {
+#include <frei0r.h>
+}
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <dlfcn.h>
+#include <filesystem>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+TEST(Frei0rMapping, EveryParameterInOrderWithItsRangeEndsAndMenuEntries) {
+    DeclaredParams d;
+    auto mapped = frei0rParams(d.params());
+    ASSERT_EQ(mapped.size(), 34u);
+    size_t k = 0;
+    for (Param const& p : d.params()) {
+        if (p.kind == ParamKind::Group) continue;
+        Frei0rParam const& f = mapped[k++];
+        SCOPED_TRACE(p.name);
+        ASSERT_EQ(f.param, &p);
+        double v[3] = {0, 0, 0};
+        switch (p.kind) {
+        case ParamKind::Popup: {
+            EXPECT_EQ(f.type, F0R_PARAM_DOUBLE);
+            double n1 = double(p.entries.size() - 1);
+            for (size_t e = 0; e < p.entries.size(); ++e) {
+                EXPECT_TRUE(contains(f.explanation, p.entries[e]));
+                for (double off : {0.0, -0.45, 0.45}) {
+                    v[0] = (double(e) + off) / n1;
+                    if (v[0] >= 0 && v[0] <= 1) {
+                        EXPECT_EQ(userValueFromFrei0r(p, v)[0], double(e)) << v[0];
+                    }
+                }
+                frei0rFromUserValue(p, {double(e), 0, 0}, v);
+                EXPECT_EQ(userValueFromFrei0r(p, v)[0], double(e));
+            }
+            break;
+        }
+        case ParamKind::Float:
+        case ParamKind::Int:
+        case ParamKind::Angle: {
+            EXPECT_EQ(f.type, F0R_PARAM_DOUBLE);
+            Limits l = userLimits(p);
+            EXPECT_TRUE(
+                contains(f.explanation, formatNumber(l.min) + " to " + formatNumber(l.max)));
+            for (auto [x, want] :
+                 {std::pair{0.0, l.min}, {1.0, l.max}, {-3.0, l.min}, {7.0, l.max}}) {
+                v[0] = x;
+                EXPECT_EQ(userValueFromFrei0r(p, v)[0], want) << x;
+            }
+            v[0] = 0.5;
+            EXPECT_NEAR(userValueFromFrei0r(p, v)[0], (l.min + l.max) / 2, 0.5);
+            break;
+        }
+        case ParamKind::Toggle:
+            EXPECT_EQ(f.type, F0R_PARAM_BOOL);
+            break;
+        case ParamKind::Point:
+            EXPECT_EQ(f.type, F0R_PARAM_POSITION);
+            break;
+        case ParamKind::Color:
+            EXPECT_EQ(f.type, F0R_PARAM_COLOR);
+            break;
+        default:
+            break;
+        }
+        // Every default survives the trip to frei0r and back.
+        frei0rFromUserValue(p, userDefault(p), v);
+        UserValue back = userValueFromFrei0r(p, v);
+        for (int c = 0; c < 3; ++c) EXPECT_NEAR(back[c], userDefault(p)[c], 1e-9);
+    }
+}
+
+#ifdef MIRREL_FREI0R_MODULE
+
+template <class F> F symbol(void* lib, char const* name) {
+    return reinterpret_cast<F>(dlsym(lib, name));
+}
+
+TEST(Frei0rPlugin, DeclaresTheCatalogueWithItsDefaults) {
+    void* lib = dlopen(MIRREL_FREI0R_MODULE, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_TRUE(lib) << dlerror();
+    ASSERT_EQ(symbol<int (*)()>(lib, "f0r_init")(), 1);
+    f0r_plugin_info_t info{};
+    symbol<void (*)(f0r_plugin_info_t*)>(lib, "f0r_get_plugin_info")(&info);
+    EXPECT_EQ(info.color_model, F0R_COLOR_MODEL_RGBA8888);
+    EXPECT_EQ(info.plugin_type, F0R_PLUGIN_TYPE_FILTER);
+    DeclaredParams d;
+    auto mapped = frei0rParams(d.params());
+    ASSERT_EQ(size_t(info.num_params), mapped.size());
+    auto paramInfo = symbol<void (*)(f0r_param_info_t*, int)>(lib, "f0r_get_param_info");
+    auto instance = symbol<f0r_instance_t (*)(unsigned, unsigned)>(lib, "f0r_construct")(8, 6);
+    auto get = symbol<void (*)(f0r_instance_t, f0r_param_t, int)>(lib, "f0r_get_param_value");
+    for (int i = 0; i < info.num_params; ++i) {
+        f0r_param_info_t pi{};
+        paramInfo(&pi, i);
+        Param const& p = *mapped[size_t(i)].param;
+        EXPECT_EQ(pi.name, p.name);
+        EXPECT_EQ(pi.type, mapped[size_t(i)].type);
+        double expected[3] = {0, 0, 0};
+        frei0rFromUserValue(p, userDefault(p), expected);
+        union {
+            double d;
+            f0r_param_color_t c;
+            f0r_param_position_t pos;
+        } value{};
+        get(instance, &value, i);
+        if (pi.type == F0R_PARAM_COLOR)
+            EXPECT_FLOAT_EQ(value.c.g, float(expected[1])) << p.name;
+        else if (pi.type == F0R_PARAM_POSITION)
+            EXPECT_EQ(value.pos.y, expected[1]) << p.name;
+        else
+            EXPECT_EQ(value.d, expected[0]) << p.name;
+    }
+    symbol<void (*)(f0r_instance_t)>(lib, "f0r_destruct")(instance);
+    symbol<void (*)()>(lib, "f0r_deinit")();
+    dlclose(lib);
+}
+
+int shell(std::string const& command) {
+    int raw = std::system(command.c_str());
+    return WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+}
+
+// ffmpeg renders a generated clip through the plug-in; the mirrel command renders the same
+// frames at the same times with the same values; the pixels are equal.
+TEST(Frei0rPlugin, FfmpegThroughThePluginEqualsTheCommand) {
+    fs::path dir = fs::path(testing::TempDir()) / "mirrel-frei0r";
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+    std::string d = dir.string() + "/";
+    ASSERT_EQ(shell(std::string(MIRREL_FFMPEG) +
+                    " -v error -f lavfi -i \"testsrc2=size=96x64:rate=25,format=rgba,"
+                    "geq=r='r(X,Y)':g='g(X,Y)':b='b(X,Y)':a='if(lt(X,24),128,255)'\" "
+                    "-frames:v 3 " +
+                    d + "in.%d.png"),
+              0);
+
+    // One frei0r value a parameter, in order; noise with a seed makes the frame time count.
+    std::vector<std::string> values = {
+        "1",       "0.1/0.7", "0.9/0.65", "0.5/1",  "0.5/0.5/0.5", "y",     "0.25",
+        "0.5",     "0.0625",  "1",        "0.6666", "0.75",        "1/0/0", "0.0078125",
+        "0.25",    "0",       "0.0625",   "0.125",  "0.5",         "0.5",   "0.50025",
+        "0.5/0.5", "0",       "0.5",      "0.5",    "0",           "0.25",  "0.125",
+        "0.25",    "0.125",   "0.25",     "1",      "0.75",        "0.2"};
+    DeclaredParams declared;
+    auto mapped = frei0rParams(declared.params());
+    ASSERT_EQ(values.size(), mapped.size());
+    std::string filterParams, sets;
+    for (size_t i = 0; i < values.size(); ++i) {
+        filterParams += (i ? "|" : "") + values[i];
+        // The value as ffmpeg reads it: colours as floats, the rest as doubles.
+        double v[3] = {0, 0, 0};
+        float c[3] = {0, 0, 0};
+        if (mapped[i].type == F0R_PARAM_BOOL)
+            v[0] = values[i] == "y";
+        else if (mapped[i].type != F0R_PARAM_COLOR)
+            std::sscanf(values[i].c_str(), "%lf/%lf", &v[0], &v[1]);
+        else if (std::sscanf(values[i].c_str(), "%f/%f/%f", &c[0], &c[1], &c[2]) == 3)
+            v[0] = c[0], v[1] = c[1], v[2] = c[2];
+        Param const& p = *mapped[i].param;
+        UserValue u = userValueFromFrei0r(p, v);
+        char text[128];
+        if (p.kind == ParamKind::Point)
+            std::snprintf(text, sizeof text, "%.17g,%.17g", u[0], u[1]);
+        else if (p.kind == ParamKind::Color)
+            std::snprintf(text, sizeof text, "%.17g,%.17g,%.17g", u[0], u[1], u[2]);
+        else
+            std::snprintf(text, sizeof text, "%.17g", u[0]);
+        sets += " --set '" + p.name + "=" + text + "'";
+    }
+    ASSERT_EQ(shell("FREI0R_PATH=" MIRREL_FREI0R_DIR " " MIRREL_FFMPEG " -v error -i " + d +
+                    "in.%d.png -vf 'frei0r=filter_name=mirrel:filter_params=" + filterParams +
+                    "' " + d + "ff.%d.png"),
+              0);
+    for (int f = 1; f <= 3; ++f) {
+        // ffmpeg passes the time in milliseconds, 40 a frame at 25 frames a second.
+        std::string n = std::to_string(f);
+        ASSERT_EQ(shell(std::string(MIRREL_BINARY) + " render " + d + "in." + n + ".png -o " + d +
+                        "cli." + n + ".png --frame " + std::to_string(40 * (f - 1)) + sets),
+                  0);
+        auto ff = readImage(d + "ff." + n + ".png", 0).picture.bytes;
+        EXPECT_EQ(ff, readImage(d + "cli." + n + ".png", 0).picture.bytes) << "frame " << f;
+        EXPECT_NE(ff, readImage(d + "in." + n + ".png", 0).picture.bytes);
+    }
+    fs::remove_all(dir);
+}
+
+#endif
+
+} // namespace
