@@ -2,8 +2,11 @@
 #include "apps/common/EffectSession.h"
 #include "apps/common/Errors.h"
 
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <string>
+#include <unistd.h>
 
 // The catalogue as the host holds it after the plug-in declared it.
 struct DeclaredParams {
@@ -23,4 +26,9 @@ inline std::string usageMessage(std::function<void()> const& f) {
 
 inline bool contains(std::string const& text, std::string const& part) {
     return text.find(part) != std::string::npos;
+}
+
+// A name in the temporary folder that no other test process uses, in this build or another.
+inline std::string scratchPath(std::string const& name) {
+    return testing::TempDir() + "mirrel-" + std::to_string(getpid()) + "-" + name;
 }

@@ -23,9 +23,7 @@ struct Outcome {
 
 // Runs the mirrel program with the arguments as the shell reads them.
 Outcome mirrel(std::string const& args) {
-    std::string dir = testing::TempDir();
-    // Tests run side by side in separate processes; each keeps its own captures.
-    std::string tag = dir + "mirrel-run-" + std::to_string(getpid());
+    std::string tag = scratchPath("run");
     std::string out = tag + ".out", err = tag + ".err";
     int raw =
         std::system((std::string(MIRREL_BINARY) + " " + args + " >" + out + " 2>" + err).c_str());
@@ -42,9 +40,7 @@ Outcome mirrel(std::string const& args) {
 struct Scratch {
     fs::path dir;
     Scratch() {
-        dir = fs::path(testing::TempDir()) /
-              ("mirrel-" +
-               std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
+        dir = scratchPath(testing::UnitTest::GetInstance()->current_test_info()->name());
         fs::remove_all(dir);
         fs::create_directories(dir);
     }

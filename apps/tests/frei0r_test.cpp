@@ -132,7 +132,7 @@ int shell(std::string const& command) {
 // ffmpeg renders a generated clip through the plug-in; the mirrel command renders the same
 // frames at the same times with the same values; the pixels are equal.
 TEST(Frei0rPlugin, FfmpegThroughThePluginEqualsTheCommand) {
-    fs::path dir = fs::path(testing::TempDir()) / "mirrel-frei0r";
+    fs::path dir = scratchPath("frei0r");
     fs::remove_all(dir);
     fs::create_directories(dir);
     std::string d = dir.string() + "/";

@@ -23,7 +23,7 @@ Picture straightRamp(int depth) {
 }
 
 std::string tempPath(std::string const& name) {
-    return testing::TempDir() + "mirrel-" + name;
+    return scratchPath(name);
 }
 
 std::vector<float> rawPixels(std::string const& path, int* channels) {

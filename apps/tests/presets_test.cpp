@@ -64,7 +64,7 @@ TEST(Presets, ValuesAndKeysOfEveryKind) {
 
 TEST(Presets, MistakesAreUsageErrorsNamingTheFileAndUnreadableFilesAreFailures) {
     DeclaredParams d;
-    std::string path = testing::TempDir() + "mirrel-preset.json";
+    std::string path = scratchPath("preset.json");
     auto write = [&](char const* text) { std::ofstream(path) << text; };
     write("{\"Zoom\": 2000}");
     std::string msg = usageMessage([&] { loadPreset(d.params(), path); });
