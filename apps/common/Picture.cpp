@@ -39,12 +39,3 @@ void Picture::setChannel(size_t i, int c, double v) {
     }
     }
 }
-
-Picture convertDepth(Picture const& src, int depth) {
-    if (src.depth == depth) return src;
-    Picture out(src.width, src.height, depth);
-    size_t n = src.pixelCount();
-    for (size_t i = 0; i < n; ++i)
-        for (int c = 0; c < 4; ++c) out.setChannel(i, c, src.channel(i, c));
-    return out;
-}

@@ -25,6 +25,3 @@ struct Picture {
     void setChannel(size_t i, int c, double v); // rounds to nearest, clamps integers
     size_t pixelCount() const { return size_t(width) * size_t(height); }
 };
-
-// The same picture at another depth; values are rescaled and rounded to nearest.
-Picture convertDepth(Picture const& src, int depth);
