@@ -1,5 +1,7 @@
 #include "RenderLib/CommonRender.h"
 
+#include "host/RasterOps.h"
+
 #include <cmath>
 
 void* allocTransformRaster(PluginHost_API* host, PluginHost_API::RasterInfo& info,
@@ -7,16 +9,10 @@ void* allocTransformRaster(PluginHost_API* host, PluginHost_API::RasterInfo& inf
                            int pixelBytes, PluginHost_API::RasterFormat format) {
     void* handle = host->allocMemory(byteCount);
     void* pixels = handle ? host->lockMemory(handle) : nullptr;
-    info.data = pixels;
-    info.format = format;
-    info.width = width;
-    info.height = height;
-    info.rowBytes = width * pixelBytes;
-    info.pixelBytes = pixelBytes;
-    info.aspectRatio = 1.0f;
-    info.heightRatio = 1.0f;
-    info.isYUV = false;
-    if (!pixels || !handle) return nullptr;
+    info = packedRasterInfo(pixels, format, width, height, pixelBytes);
+    if (handle && !pixels)
+        host->deallocMemory(handle); // a block that cannot be locked is given back
+    if (!pixels) return nullptr;
     return handle;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 #include "host/PluginHost_API.h"
+#include "pixel/PixelFormats.h"
 #include "pixel/Traits.h"
 
 #include <cmath>
@@ -28,18 +29,9 @@ template <class T> inline int truncToInt(T v) {
 
 // Alpha position of a raster format, read at run time.
 inline int alphaIndexOfFormat(int format) {
-    switch (format) {
-    case 0:
-    case 3:
-    case 5:
-    case 7:
-    case 9:
-    case 19:
-    case 20:
-        return 0;
-    default:
-        return format > 20 ? 0 : 3;
-    }
+    int red = 0, green = 0, blue = 0, alpha = 0; // unknown formats leave alpha first
+    getRasterChannelOrder(PluginRasterFormat(format), red, green, blue, alpha);
+    return alpha;
 }
 
 // Tent over one line of `length` pixels whose N channels of type C start at channel `first`;

@@ -3,6 +3,7 @@
 #include "Transform/Common/TX_Line2D.h"
 #include "Transform/Common/TX_Macros.h"
 #include "host/PluginHost_API.h"
+#include "host/RasterOps.h"
 #include "pixel/Noise.h"
 #include "pixel/PixelFormats.h"
 #include "pixel/Traits.h"
@@ -55,13 +56,8 @@ int AddNoise_RGBA(P p, C c, A acc, V v, F f, PluginHost_API* host,
         host->fillOutput();
         return 1;
     }
-    PluginHost_API::RasterInfo plane;
-    plane.data = memory;
-    plane.format = PluginRasterFormat(9);
-    plane.width = W;
-    plane.height = H;
-    plane.rowBytes = W * 4;
-    plane.pixelBytes = 4;
+    // One float a pixel; the record only carries the plane to the blur.
+    PluginHost_API::RasterInfo plane = packedRasterInfo(memory, PluginRasterFormat(9), W, H, 4);
 
     float* u = static_cast<float*>(memory);
     for (long i = 0, n = long(W) * H; i < n; ++i) u[i] = noiseUniform();

@@ -1,5 +1,6 @@
 #pragma once
 #include "host/PluginHost_API.h"
+#include "host/RasterOps.h"
 
 #include <cstddef>
 #include <cstring>
@@ -21,16 +22,7 @@ class ScratchBlock {
         m_locked = true;
         void* data = m_host->lockMemory(m_handle);
         if (!data) return false;
-        info = PluginHost_API::RasterInfo();
-        info.data = data;
-        info.format = format;
-        info.width = width;
-        info.height = height;
-        info.rowBytes = width * pixelBytes;
-        info.pixelBytes = pixelBytes;
-        info.aspectRatio = 1.0f;
-        info.heightRatio = 1.0f;
-        info.isYUV = false;
+        info = packedRasterInfo(data, format, width, height, pixelBytes);
         return true;
     }
 

@@ -1,6 +1,7 @@
 #include "fxplug/PluginHost_FXPLUG_Impl.h"
 
 #include "fxplug/HostIndex.h"
+#include "host/RasterOps.h"
 #include "platform/FxAPIManager.h"
 #include "platform/FxBitmap.h"
 #include "platform/FxHostCapabilities.h"
@@ -168,8 +169,7 @@ int PluginHost_FXPLUG_Impl::getOutputHeight() {
 int PluginHost_FXPLUG_Impl::fill(FXPLUGRaster* raster) {
     RasterInfo info;
     getRasterInfo(raster, &info);
-    std::size_t n = std::size_t(info.width) * info.pixelBytes;
-    for (int y = 0; y < info.height; ++y) std::memset(info.row(y), 0, n);
+    zeroRaster(info);
     return 0;
 }
 
@@ -190,9 +190,7 @@ int PluginHost_FXPLUG_Impl::copy(FXPLUGRaster* src, FXPLUGRaster* dst) {
     RasterInfo s, d;
     getRasterInfo(src, &s);
     getRasterInfo(dst, &d);
-    // The smaller of the two row widths, measured with the destination's pixel size.
-    std::size_t n = std::size_t(std::min(s.width, d.width)) * d.pixelBytes;
-    for (int y = 0; y < d.height && y < s.height; ++y) std::memcpy(d.row(y), s.row(y), n);
+    copyRaster(s, d);
     return 0;
 }
 
@@ -213,15 +211,8 @@ int PluginHost_FXPLUG_Impl::copy(PluginRaster_API* src, PluginRaster_API* dst, T
                                  TX_Rect* dr) {
     RasterInfo s, d;
     getRasterInfo(src, &s);
-    TX_Rect r = *sr;
-    if (!(r.bottom < s.height)) r.bottom = int16_t(s.height - 1);
     getRasterInfo(dst, &d);
-    // One bound shared by both: the source's rows clamped to the destination's height too.
-    if (!(r.bottom < d.height)) r.bottom = int16_t(d.height - 1);
-    std::size_t n = std::size_t(r.right - r.left) * s.pixelBytes;
-    for (int y = r.top; y <= r.bottom; ++y)
-        std::memcpy(d.row(dr->top + y - r.top) + std::ptrdiff_t(dr->left) * d.pixelBytes,
-                    s.row(y) + std::ptrdiff_t(r.left) * s.pixelBytes, n);
+    copyRasterRect(s, d, *sr, *dr);
     return 0;
 }
 

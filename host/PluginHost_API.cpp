@@ -1,16 +1,14 @@
 #include "host/PluginHost_API.h"
 
+#include "host/RasterOps.h"
+
 #include <cmath>
-#include <cstring>
 
 int PluginHost_API::fill(PluginRaster_API* raster, TX_Rect* rect) {
     if (!rect) return fill(raster);
     RasterInfo info;
     getRasterInfo(raster, &info);
-    // Right edge exclusive, bottom edge inclusive.
-    for (int y = rect->top; y <= rect->bottom; ++y)
-        std::memset(info.row(y) + std::ptrdiff_t(rect->left) * info.pixelBytes, 0,
-                    std::size_t(rect->right - rect->left) * info.pixelBytes);
+    zeroRasterRect(info, *rect); // right edge exclusive, bottom edge inclusive
     return 0;
 }
 

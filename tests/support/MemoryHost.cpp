@@ -1,5 +1,6 @@
 #include "support/MemoryHost.h"
 
+#include "host/RasterOps.h"
 #include "params/ParamsSetup.h"
 
 #include <cstdlib>
@@ -109,25 +110,19 @@ int MemoryHost::getOutputHeight() {
 
 int MemoryHost::fillOutput() {
     if (m_outputOverride) return fill(m_outputOverride);
-    for (int y = 0; y < m_output->info.height; ++y)
-        std::memset(m_output->info.row(y), 0,
-                    std::size_t(m_output->info.width) * m_output->info.pixelBytes);
+    zeroRaster(m_output->info);
     return 0;
 }
 
 int MemoryHost::fill(PluginRaster_API* raster) {
     RasterInfo info;
     getRasterInfo(raster, &info);
-    for (int y = 0; y < info.height; ++y)
-        std::memset(info.row(y), 0, std::size_t(info.width) * info.pixelBytes);
+    zeroRaster(info);
     return 0;
 }
 
 int MemoryHost::copyInputToOutput() {
-    RasterInfo& s = m_input->info;
-    RasterInfo& d = m_output->info;
-    std::size_t n = std::size_t(std::min(s.width, d.width)) * d.pixelBytes;
-    for (int y = 0; y < std::min(s.height, d.height); ++y) std::memcpy(d.row(y), s.row(y), n);
+    copyRaster(m_input->info, m_output->info);
     return 0;
 }
 
@@ -135,23 +130,15 @@ int MemoryHost::copy(PluginRaster_API* src, PluginRaster_API* dst) {
     RasterInfo s, d;
     getRasterInfo(src, &s);
     getRasterInfo(dst, &d);
-    // The smaller of the two row widths, measured with the destination's pixel size.
-    std::size_t n = std::size_t(std::min(s.width, d.width)) * d.pixelBytes;
-    for (int y = 0; y < d.height && y < s.height; ++y) std::memcpy(d.row(y), s.row(y), n);
+    copyRaster(s, d);
     return 0;
 }
 
 int MemoryHost::copy(PluginRaster_API* src, PluginRaster_API* dst, TX_Rect* sr, TX_Rect* dr) {
     RasterInfo s, d;
     getRasterInfo(src, &s);
-    TX_Rect r = *sr;
-    if (!(r.bottom < s.height)) r.bottom = int16_t(s.height - 1);
     getRasterInfo(dst, &d);
-    if (!(r.bottom < d.height)) r.bottom = int16_t(d.height - 1);
-    std::size_t n = std::size_t(r.right - r.left) * s.pixelBytes;
-    for (int y = r.top; y <= r.bottom; ++y)
-        std::memcpy(d.row(dr->top + y - r.top) + std::ptrdiff_t(dr->left) * d.pixelBytes,
-                    s.row(y) + std::ptrdiff_t(r.left) * s.pixelBytes, n);
+    copyRasterRect(s, d, *sr, *dr);
     return 0;
 }
 
