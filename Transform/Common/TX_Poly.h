@@ -105,6 +105,8 @@ class TX_Poly {
     // Antialiased: 16 sub-rows per pixel row, x in 1/512 pixel; up to three spans per row.
     void polyAreaScan(TX_Window* win, int left, int top, int right, int bottom);
     void polyAreaScan_internal(TX_Window* win, int left, int top, int right, int bottom);
+    // The vertex with the smallest screen y (the first of equals), or -1 when none is finite.
+    int topVertex() const;
     void scanline(int y, int left, int right, TX_Poly_vert* lo, TX_Poly_vert* hi, TX_Window* win,
                   unsigned long mask);
     void areaScanline(int y, int left, int right, TX_Poly_vert* lo, TX_Poly_vert* hi,

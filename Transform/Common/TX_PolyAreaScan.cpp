@@ -10,7 +10,6 @@
 // interior span handed to the line function untouched, and a right edge span with coverage.
 
 namespace {
-const double kNoTop = 3.4028234663852886e38;
 const int kEmpty = -10000000; // both ends of an empty sub-span
 
 void clearSpans(int (*spans)[2]) {
@@ -61,14 +60,7 @@ void TX_Poly::polyAreaScan_internal(TX_Window* win, int left, int, int right, in
         m_vert[i].nx = 512.0 * m_vert[i].sx;
         m_vert[i].ny = 16.0 * m_vert[i].sy;
     }
-    double ymin = kNoTop;
-    int topIndex = -1;
-    for (int i = 0; i < m_n; ++i) {
-        if (m_vert[i].sy < ymin) {
-            ymin = m_vert[i].sy;
-            topIndex = i;
-        }
-    }
+    int const topIndex = topVertex();
     if (topIndex < 0) return;
 
     const TX_Poly_vert& topVert = m_vert[topIndex];

@@ -4,8 +4,6 @@
 #include <cstring>
 
 namespace {
-// The largest float: no real vertex lies above it.
-const double kNoTop = 3.4028234663852886e38;
 
 void stepEdge(TX_Poly_vert& p, const TX_Poly_vert& dp, unsigned long mask) {
     double* v = p.fields();
@@ -15,18 +13,23 @@ void stepEdge(TX_Poly_vert& p, const TX_Poly_vert& dp, unsigned long mask) {
 }
 } // namespace
 
-void TX_Poly::poly_scan(TX_Window* win, int left, int, int right, int) {
-    TX_ASSERT(!(m_n > POLY_NMAX), "!(m_n>POLY_NMAX)");
-
-    double ymin = kNoTop;
+int TX_Poly::topVertex() const {
+    double ymin = 3.4028234663852886e38; // the largest float: no real vertex lies above it
     int top = -1;
-    for (int i = 0; i < m_n; ++i) {
+    for (int i = 0; i < m_n; ++i)
         if (m_vert[i].sy < ymin) {
             ymin = m_vert[i].sy;
             top = i;
         }
-    }
+    return top;
+}
+
+void TX_Poly::poly_scan(TX_Window* win, int left, int, int right, int) {
+    TX_ASSERT(!(m_n > POLY_NMAX), "!(m_n>POLY_NMAX)");
+
+    int const top = topVertex();
     if (top < 0) return;
+    double const ymin = m_vert[top].sy;
 
     // Rows whose centre y + 0.5 lies within the polygon's extent.
     int y = int(std::ceil(ymin - 0.5));
