@@ -9,117 +9,92 @@
 
 namespace {
 
-const PluginRasterFormat kAllFormats[] = {RF_ARGB8,  RF_BGRA8,  RF_RGBA8,  RF_ARGB15,
-                                          RF_ARGB14, RF_BGRA14, RF_ARGB16, RF_RGBA16,
-                                          RF_ARGB32, RF_RGBA32, RF_BGRA32};
-
-double fullScale(PluginRasterFormat f) {
-    switch (int(f)) {
-    case 3:
-        return 32768;
-    case 5:
-    case 6:
-        return 16384;
-    case 7:
-    case 8:
-        return 65535;
-    case 9:
-    case 10:
-    case 11:
-        return 1.0;
-    default:
-        return 255;
-    }
+// Full scale by format number; 4 is not served.
+const double kFull[12] = {255, 255, 255, 32768, 0, 16384, 16384, 65535, 65535, 1, 1, 1};
+double fullScale(const MemoryImage& img) {
+    return kFull[img.info.format];
 }
 
-double channel(MemoryImage& img, int x, int y, int k) {
+// Reads channel k at (x, y), storing *set there first when given.
+template <class T> double access(MemoryImage& img, int x, int y, int k, const double* set) {
+    T& c = img.pixel<T>(x, y)[k];
+    if (set) c = T(*set);
+    return c;
+}
+double channel(MemoryImage& img, int x, int y, int k, const double* set = nullptr) {
     switch (img.info.pixelBytes) {
     case 4:
-        return img.pixel<unsigned char>(x, y)[k];
+        return access<unsigned char>(img, x, y, k, set);
     case 8:
-        return img.pixel<unsigned short>(x, y)[k];
+        return access<unsigned short>(img, x, y, k, set);
     default:
-        return img.pixel<float>(x, y)[k];
+        return access<float>(img, x, y, k, set);
     }
 }
-
-void setChannel(MemoryImage& img, int x, int y, int k, double value) {
-    switch (img.info.pixelBytes) {
-    case 4:
-        img.pixel<unsigned char>(x, y)[k] = (unsigned char)value;
-        break;
-    case 8:
-        img.pixel<unsigned short>(x, y)[k] = (unsigned short)value;
-        break;
-    default:
-        img.pixel<float>(x, y)[k] = float(value);
-        break;
-    }
-}
-
-// A picture that changes slowly, so resampling errors stay small, in the format's range.
-void fillSmooth(MemoryImage& img) {
-    const double full = fullScale(img.info.format);
-    for (int y = 0; y < img.info.height; ++y)
-        for (int x = 0; x < img.info.width; ++x)
-            for (int k = 0; k < 4; ++k)
-                setChannel(img, x, y, k,
-                           full * (0.5 + 0.4 * std::sin(0.21 * x + 0.13 * y + 1.7 * k)));
-}
-
-// Any value of the format's range in every channel.
-void fillNoise(MemoryImage& img, unsigned seed) {
-    const double full = fullScale(img.info.format);
-    unsigned s = seed * 2654435761u + 7;
+template <class F> void fill(MemoryImage& img, F value) {
     for (int y = 0; y < img.info.height; ++y)
         for (int x = 0; x < img.info.width; ++x)
             for (int k = 0; k < 4; ++k) {
-                s = s * 1664525u + 1013904223u;
-                double v = (s >> 8) / double(1 << 24) * full;
-                setChannel(img, x, y, k, full == 1.0 ? v : std::floor(v));
+                const double v = value(x, y, k);
+                channel(img, x, y, k, &v);
             }
+}
+// A picture in the format's range: slowly changing, so resampling errors stay small, or
+// scattered over the whole range.
+void fillPicture(MemoryImage& img, bool smooth) {
+    const double full = fullScale(img);
+    fill(img, [=](int x, int y, int k) {
+        if (smooth) return full * (0.5 + 0.4 * std::sin(0.21 * x + 0.13 * y + 1.7 * k));
+        const double v = std::fmod((x * 37 + y * 101 + k * 13) * 0.6180339887, 1.0) * full;
+        return full == 1.0 ? v : std::floor(v);
+    });
+}
+
+int render(MemoryHost& host, CoreRenderArguments& args, MemoryImage& src, MemoryImage& dst,
+           RenderSettings* settings, bool clearDest = true, bool fillPolygon = false) {
+    return CommonRender_CoreTransformRender(&host, args, src.info, dst.info, clearDest, false,
+                                            settings, true, fillPolygon);
 }
 
 struct Transform {
     CoreRenderArguments args;
     RenderSettings settings;
 
-    Transform(int filter, const MemoryImage& src, const MemoryImage& dst) {
+    Transform(int filter, const MemoryImage& src, const MemoryImage& dst, int type = 3) {
         initializeCoreRenderArguments(&args);
         args.filter = filter;
         args.renderMode = 0;
-        args.transformType = 3;
+        args.transformType = type;
         std::memset(static_cast<void*>(&settings), 0, sizeof settings);
         settings.srcRect = TX_IRect(0, 0, src.info.width - 1, src.info.height - 1);
         settings.dstRect = TX_IRect(0, 0, dst.info.width - 1, dst.info.height - 1);
     }
     // Quads as the caller lists them: (0,0), (0,1), (1,0), (1,1) of the unit square.
-    static void setQuad(double (*quad)[2], std::initializer_list<double> xy) {
-        auto it = xy.begin();
-        for (int i = 0; i < 4; ++i) quad[i][0] = *it++, quad[i][1] = *it++;
+    static void setQuad(double (*quad)[2], const double* xy) {
+        for (int i = 0; i < 8; ++i) quad[i / 2][i % 2] = xy[i];
     }
     int run(MemoryImage& src, MemoryImage& dst, bool clearDest = true, bool fill = false) {
         MemoryHost host(&src, &dst);
-        return CommonRender_CoreTransformRender(&host, args, src.info, dst.info, clearDest, false,
-                                                &settings, true, fill);
+        return render(host, args, src, dst, &settings, clearDest, fill);
     }
 };
 
 // Largest difference over the pixels at least `margin` inside the picture, in full scales.
-double maxInteriorError(MemoryImage& a, MemoryImage& b, int margin) {
+double maxInteriorError(MemoryImage& a, MemoryImage& b, int margin, int channels = 4) {
     double worst = 0;
     for (int y = margin; y < a.info.height - margin; ++y)
         for (int x = margin; x < a.info.width - margin; ++x)
-            for (int k = 0; k < 4; ++k)
+            for (int k = 0; k < channels; ++k)
                 worst = std::max(worst, std::fabs(channel(a, x, y, k) - channel(b, x, y, k)));
-    return worst / fullScale(a.info.format);
+    return worst / fullScale(a);
 }
 
 TEST(CoreTransformRender, IdentityKeepsThePictureInEveryFormat) {
-    for (PluginRasterFormat f : kAllFormats) {
+    for (PluginRasterFormat f : {RF_ARGB8, RF_BGRA8, RF_RGBA8, RF_ARGB15, RF_ARGB14, RF_BGRA14,
+                                 RF_ARGB16, RF_RGBA16, RF_ARGB32, RF_RGBA32, RF_BGRA32}) {
         SCOPED_TRACE(int(f));
         MemoryImage src(f, 32, 24), dst(f, 32, 24);
-        fillNoise(src, 3);
+        fillPicture(src, false);
         // Nearest stops half a pixel inside the window; reaching one pixel past the right and
         // bottom lines the texture up with the destination pixels exactly.
         Transform nearest(0, src, dst);
@@ -128,15 +103,12 @@ TEST(CoreTransformRender, IdentityKeepsThePictureInEveryFormat) {
         EXPECT_EQ(dst.bytes(), src.bytes());
 
         // Bilinear truncates twice (rows, then columns): at most two units lost, nothing more.
-        const double unit = fullScale(f) == 1.0 ? 1e-4 : 1.0 / fullScale(f);
-        Transform bilinear(1, src, dst);
-        bilinear.run(src, dst);
-        EXPECT_LE(maxInteriorError(src, dst, 1), 2.01 * unit);
+        Transform(1, src, dst).run(src, dst);
+        EXPECT_LE(maxInteriorError(src, dst, 1), 2.01 * std::max(1e-4, 1.0 / fullScale(src)));
 
-        fillSmooth(src);
+        fillPicture(src, true);
         for (int filter : {4, 9}) {
-            Transform cubic(filter, src, dst);
-            cubic.run(src, dst);
+            Transform(filter, src, dst).run(src, dst);
             // Parzen is a B-spline and smooths even at zero phase.
             EXPECT_LE(maxInteriorError(src, dst, 3), filter == 9 ? 0.02 : 2.01 / 255) << filter;
         }
@@ -144,29 +116,26 @@ TEST(CoreTransformRender, IdentityKeepsThePictureInEveryFormat) {
 }
 
 TEST(CoreTransformRender, PerspectiveQuadAndBackApproximatesTheSource) {
+    const double quad[8] = {0.25, 0.1, 0.0, 1.0, 0.75, 0.1, 1.0, 1.0};
     for (PluginRasterFormat f : {RF_RGBA8, RF_ARGB16, RF_RGBA32, RF_ARGB14}) {
         SCOPED_TRACE(int(f));
         MemoryImage src(f, 96, 72), flat(f, 96, 72), back(f, 96, 72);
-        fillSmooth(src);
-        Transform forward(1, src, flat);
-        forward.args.transformType = 2;
-        Transform::setQuad(forward.args.destQuad, {0.25, 0.1, 0.0, 1.0, 0.75, 0.1, 1.0, 1.0});
+        MemoryImage srcUp(f, 96, 72, MemoryImage::Rows::BottomUp);
+        MemoryImage flatUp(f, 96, 72, MemoryImage::Rows::BottomUp);
+        fillPicture(src, true);
+        fillPicture(srcUp, true);
+        Transform forward(1, src, flat, 2), inverse(1, flat, back, 4);
+        Transform::setQuad(forward.args.destQuad, quad);
+        Transform::setQuad(inverse.args.srcQuad, quad);
         forward.run(src, flat);
-        Transform inverse(1, flat, back);
-        inverse.args.transformType = 4;
-        Transform::setQuad(inverse.args.srcQuad, {0.25, 0.1, 0.0, 1.0, 0.75, 0.1, 1.0, 1.0});
         inverse.run(flat, back);
         EXPECT_LT(maxInteriorError(src, back, 12), 0.06);
-        // The picture did go through the quad: the top middle of the intermediate is pixels
-        // from the source's top, its top corners stay empty.
+        // The picture did go through the quad: the top corners of the intermediate stay empty.
         EXPECT_EQ(channel(flat, 2, 2, 0), 0);
         EXPECT_NE(channel(flat, 48, 12, 0), 0);
 
-        // Rows walked upward in memory give the same picture, through the table sampler too.
-        MemoryImage flatUp(f, 96, 72, MemoryImage::Rows::BottomUp);
-        MemoryImage srcUp(f, 96, 72, MemoryImage::Rows::BottomUp);
-        fillSmooth(srcUp);
-        for (int filter : {1, 9}) {
+        // Rows walked upward in memory give the same picture, through every sampler.
+        for (int filter : {0, 1, 9}) {
             forward.args.filter = filter;
             Transform forwardUp = forward;
             forward.run(src, flat);
@@ -178,18 +147,15 @@ TEST(CoreTransformRender, PerspectiveQuadAndBackApproximatesTheSource) {
 
 TEST(CoreTransformRender, OriginShiftsTheScanAndCornersPlaceThePolygon) {
     MemoryImage src(RF_ARGB8, 30, 20), plain(RF_ARGB8, 30, 20), shifted(RF_ARGB8, 30, 20);
-    fillNoise(src, 4);
+    fillPicture(src, false);
     // At output size no settings are needed; the origin moves the scan over the frame.
     CoreRenderArguments args;
     initializeCoreRenderArguments(&args);
     args.renderMode = 1;
-    MemoryHost host(&src, &plain);
-    CommonRender_CoreTransformRender(&host, args, src.info, plain.info, true, false, nullptr, true,
-                                     false);
-    MemoryHost hostShifted(&src, &shifted);
+    MemoryHost host(&src, &plain), hostShifted(&src, &shifted);
     hostShifted.setOrigin(5, 3);
-    CommonRender_CoreTransformRender(&hostShifted, args, src.info, shifted.info, true, false,
-                                     nullptr, true, false);
+    render(host, args, src, plain, nullptr);
+    render(hostShifted, args, src, shifted, nullptr);
     // The window's own edge cuts the polygon there: its first row and column are border pixels.
     for (int y = 1; y < 17; ++y)
         for (int x = 1; x < 25; ++x)
@@ -198,14 +164,12 @@ TEST(CoreTransformRender, OriginShiftsTheScanAndCornersPlaceThePolygon) {
     // Supersampling without the caller's settings has a grid of its own: close to the plain
     // table sampler it stands on.
     MemoryImage smooth(RF_RGBA32, 30, 20), plainOut(RF_RGBA32, 30, 20), ssOut(RF_RGBA32, 30, 20);
-    fillSmooth(smooth);
-    for (int filter : {9, 22}) {
-        args.filter = filter;
-        MemoryImage& out = filter == 9 ? plainOut : ssOut;
-        MemoryHost floatHost(&smooth, &out);
-        CommonRender_CoreTransformRender(&floatHost, args, smooth.info, out.info, true, false,
-                                         nullptr, true, false);
-    }
+    fillPicture(smooth, true);
+    MemoryHost plainHost(&smooth, &plainOut), ssHost(&smooth, &ssOut);
+    args.filter = 9;
+    render(plainHost, args, smooth, plainOut, nullptr);
+    args.filter = 22;
+    render(ssHost, args, smooth, ssOut, nullptr);
     EXPECT_LT(maxInteriorError(plainOut, ssOut, 2), 0.03);
 
     // Nearest texture runs from 0.5 to width - 1.5: corners there, a hair off the pixel centres,
@@ -223,53 +187,46 @@ TEST(CoreTransformRender, OriginShiftsTheScanAndCornersPlaceThePolygon) {
 }
 
 TEST(CoreTransformRender, ConcaveAndDegenerateQuadsDrawNothing) {
-    const double unitStored[8] = {0, 0, 1, 0, 0, 1, 1, 1};
-    const double bowTie[8] = {0, 0, 1, 0, 1, 1, 0, 1};
+    // Crossing order (corners 0,1,3,2 form the ring), as checkConcave reads them.
+    const double unit[8] = {0, 0, 1, 0, 0, 1, 1, 1}, bowTie[8] = {0, 0, 1, 0, 1, 1, 0, 1};
     const double point[8] = {0.3, 0.3, 0.3, 0.3, 0.3, 0.3, 0.3, 0.3};
-    EXPECT_FALSE(checkConcave(unitStored));
+    EXPECT_FALSE(checkConcave(unit));
     EXPECT_TRUE(checkConcave(bowTie));
     EXPECT_TRUE(checkConcave(point));
 
     MemoryImage src(RF_ARGB8, 16, 16), dst(RF_ARGB8, 16, 16);
-    fillNoise(src, 1);
-    for (int type : {2, 4}) {
+    fillPicture(src, false);
+    for (int type : {2, 4})
         for (const double* stored : {bowTie, point}) {
             dst.fillBytes(9);
             const std::vector<unsigned char> before = dst.bytes();
-            Transform t(1, src, dst);
-            t.args.transformType = type;
-            auto& quad = type == 2 ? t.args.destQuad : t.args.srcQuad;
-            // Back from crossing order to the caller's order.
-            for (int i = 0; i < 4; ++i) {
-                const int from = i == 1 ? 2 : (i == 2 ? 1 : i);
-                quad[i][0] = stored[2 * from], quad[i][1] = stored[2 * from + 1];
-            }
+            Transform t(1, src, dst, type);
+            // The caller lists corners 1 and 2 the other way round.
+            const double listed[8] = {stored[0], stored[1], stored[4], stored[5],
+                                      stored[2], stored[3], stored[6], stored[7]};
+            Transform::setQuad(type == 2 ? t.args.destQuad : t.args.srcQuad, listed);
             EXPECT_EQ(t.run(src, dst, false), 0);
             EXPECT_EQ(dst.bytes(), before);
             t.run(src, dst, true);
             EXPECT_EQ(dst.bytes(), std::vector<unsigned char>(before.size(), 0));
         }
-    }
 }
 
 TEST(CoreTransformRender, PolygonBehindTheEyeIsDrawnMirrored) {
     // A mirrored source quad makes w negative over the whole polygon.
-    MemoryImage src(RF_RGBA32, 40, 30), dst(RF_RGBA32, 40, 30);
-    fillSmooth(src);
-    Transform t(1, src, dst);
-    t.args.transformType = 4;
-    Transform::setQuad(t.args.srcQuad, {1, 0, 1, 1, 0, 0, 0, 1});
+    MemoryImage src(RF_RGBA32, 40, 30), dst(RF_RGBA32, 40, 30), mirrored(RF_RGBA32, 40, 30);
+    fillPicture(src, true);
+    fill(mirrored, [&](int x, int y, int k) { return channel(src, 39 - x, y, k); });
+    Transform t(1, src, dst, 4);
+    const double flipped[8] = {1, 0, 1, 1, 0, 0, 0, 1};
+    Transform::setQuad(t.args.srcQuad, flipped);
     EXPECT_EQ(t.run(src, dst), 0);
-    double worst = 0;
-    for (int y = 2; y < 28; ++y)
-        for (int x = 2; x < 38; ++x)
-            worst = std::max(worst, std::fabs(channel(dst, x, y, 1) - channel(src, 39 - x, y, 1)));
-    EXPECT_LT(worst, 0.02);
+    EXPECT_LT(maxInteriorError(dst, mirrored, 2, 2), 0.02);
 }
 
 TEST(CoreTransformRender, SettingsAndArgumentsAsTheyComeBack) {
     MemoryImage src(RF_ARGB8, 24, 24), dst(RF_ARGB8, 24, 24), ref(RF_ARGB8, 24, 24);
-    fillNoise(src, 5);
+    fillPicture(src, false);
     Transform ss(22, src, dst);
     ss.run(src, dst);
     EXPECT_EQ(ss.args.filter, 9);
@@ -277,30 +234,23 @@ TEST(CoreTransformRender, SettingsAndArgumentsAsTheyComeBack) {
 
     // At a quarter scale a bilinear request falls back to nearest; sharpening restores the
     // table sampler at four taps.
-    Transform nearest(0, src, ref);
-    nearest.run(src, ref);
+    Transform(0, src, ref).run(src, ref);
     Transform small(1, src, dst);
-    {
-        MemoryHost host(&src, &dst);
-        host.scaleX = host.scaleY = 0.25;
-        CommonRender_CoreTransformRender(&host, small.args, src.info, dst.info, true, false,
-                                         &small.settings, true, false);
-        EXPECT_EQ(small.settings.interpMode, 0);
-        EXPECT_EQ(dst.bytes(), ref.bytes());
-        small.args.sharpen = true;
-        CommonRender_CoreTransformRender(&host, small.args, src.info, dst.info, true, false,
-                                         &small.settings, true, false);
-        EXPECT_EQ(small.settings.interpMode, 2);
-        EXPECT_EQ(small.settings.kernelSize, 1);
-        EXPECT_EQ(small.settings.lineFunction, &LineFuncCP<unsigned char>::biCubicFunc_4x4);
-    }
+    MemoryHost host(&src, &dst);
+    host.scaleX = host.scaleY = 0.25;
+    render(host, small.args, src, dst, &small.settings);
+    EXPECT_EQ(small.settings.interpMode, 0);
+    EXPECT_EQ(dst.bytes(), ref.bytes());
+    small.args.sharpen = true;
+    render(host, small.args, src, dst, &small.settings);
+    EXPECT_EQ(small.settings.interpMode, 2);
+    EXPECT_EQ(small.settings.kernelSize, 1);
+    EXPECT_EQ(small.settings.lineFunction, &LineFuncCP<unsigned char>::biCubicFunc_4x4);
 
     // The format comes from the host's output raster.
     MemoryImage odd(PluginRasterFormat(4), 8, 8);
-    MemoryHost host(&src, &odd);
-    EXPECT_EQ(CommonRender_CoreTransformRender(&host, ss.args, src.info, odd.info, true, false,
-                                               &ss.settings, true, false),
-              1);
+    MemoryHost oddHost(&src, &odd);
+    EXPECT_EQ(render(oddHost, ss.args, src, odd, &ss.settings), 1);
 
     // An empty destination window draws nothing.
     dst.fillBytes(2);
@@ -314,23 +264,20 @@ TEST(CoreTransformRender, SettingsAndArgumentsAsTheyComeBack) {
 TEST(CoreTransformRender, FillAndClampUseTheFormatsFullScale) {
     for (PluginRasterFormat f : {RF_ARGB14, RF_BGRA14, RF_ARGB15, RF_ARGB16, RF_BGRA8}) {
         SCOPED_TRACE(int(f));
-        const double full = fullScale(f);
         const int alpha = (f == RF_BGRA14 || f == RF_BGRA8) ? 3 : 0;
         MemoryImage src(f, 8, 8), dst(f, 40, 40);
-        for (int y = 0; y < 8; ++y)
-            for (int x = 0; x < 8; ++x)
-                for (int k = 0; k < 4; ++k) setChannel(src, x, y, k, (x & 1) ? full : 0);
+        const double full = fullScale(src);
+        fill(src, [=](int x, int, int) { return (x & 1) ? full : 0; });
         // Catmull-Rom overshoots at every edge of the stripes; the store clamps at full scale.
-        Transform t(4, src, dst);
-        t.run(src, dst);
+        Transform(4, src, dst).run(src, dst);
         double highest = 0;
         for (int y = 0; y < 40; ++y)
             for (int x = 0; x < 40; ++x) highest = std::max(highest, channel(dst, x, y, 1));
         EXPECT_EQ(highest, full);
 
-        Transform fill(1, src, dst);
-        fill.settings.alphaIndex = alpha;
-        fill.run(src, dst, true, true);
+        Transform fillPoly(1, src, dst);
+        fillPoly.settings.alphaIndex = alpha;
+        fillPoly.run(src, dst, true, true);
         EXPECT_EQ(channel(dst, 20, 20, alpha), full);
         EXPECT_EQ(channel(dst, 20, 20, alpha ^ 1), 0);
     }
