@@ -8,105 +8,67 @@
 
 namespace {
 
-using Kind = ParameterStore::Kind;
-
 TEST(FxPlugCatalogue, HostReceivesSixGroupsOfThirtyFourParametersInOrder) {
     InProcessHost host(InProcessFamily::FinalCutPro);
     ASSERT_TRUE(host.load(MirrelBundle()));
-    auto const& params = host.params().params();
-
-    struct Row {
-        unsigned id;
-        char const* label;
-        Kind kind;
-        unsigned flags;
-        int group; // id of the enclosing group, 0 for none
-    };
-    Row const expected[] = {
-        {176, "3D Transform", Kind::Group, 32, 0},
-        {174, "Light", Kind::Popup, 33, 176},
-        {5, "Baseline Start", Kind::Point, 32, 176},
-        {6, "Baseline End", Kind::Point, 32, 176},
-        {7, "Height and Slant", Kind::Point, 32, 176},
-        {164, "Wireframe Color", Kind::Color, 32, 176},
-        {181, "Bend", Kind::Group, 32, 0},
-        {170, "Bend", Kind::Toggle, 33, 181},
-        {171, "Bend Angle", Kind::Angle, 36, 181},
-        {172, "Bend Start", Kind::Float, 44, 181},
-        {180, "Bend Stretch", Kind::Float, 44, 181},
-        {183, "Seam Style", Kind::Popup, 36, 181},
-        {184, "Seam Size", Kind::Popup, 36, 181},
-        {185, "Seam Intensity", Kind::Float, 44, 181},
-        {188, "Seam Color", Kind::Color, 36, 181},
-        {20, "Mirrel Style", Kind::Group, 32, 0},
-        {3, "Softness", Kind::Float, 8, 20},
-        {169, "Softness Aspect", Kind::Float, 8, 20},
-        {166, "Softness Type", Kind::Popup, 33, 20},
-        {161, "Fade Start", Kind::Float, 40, 20},
-        {4, "Fade Length", Kind::Float, 40, 20},
-        {162, "Fade Type", Kind::Popup, 33, 20},
-        {1008, "2D Transform", Kind::Group, 32, 0},
-        {13, "Quality", Kind::Popup, 33, 1008},
-        {1009, "Zoom", Kind::Float, 40, 1008},
-        {1063, "Translate", Kind::Point, 32, 1008},
-        {22, "Motion Blur", Kind::Group, 40, 0},
-        {23, "Motion Blur", Kind::Popup, 33, 22},
-        {24, "Shutter Angle", Kind::Float, 45, 22},
-        {25, "Shutter Phase", Kind::Float, 45, 22},
-        {26, "Samples", Kind::Float, 40, 22},
-        {178, "Blend", Kind::Group, 32, 0},
-        {19, "Gamma", Kind::Float, 8, 178},
-        {18, "Brightness", Kind::Float, 8, 178},
-        {12, "Random Seed", Kind::Int, 41, 178},
-        {11, "Fade Noise", Kind::Float, 40, 178},
-        {167, "Post Softness", Kind::Float, 8, 178},
-        {8, "Source Opacity", Kind::Float, 8, 178},
-        {68, "Mirrel Opacity", Kind::Float, 8, 178},
-        {9, "Transfer Mode", Kind::Popup, 0, 178},
-    };
-    ASSERT_EQ(params.size(), std::size(expected));
-    int groups = 0;
-    for (std::size_t i = 0; i < params.size(); ++i) {
-        auto const& p = params[i];
-        Row const& e = expected[i];
-        SCOPED_TRACE(e.label);
-        EXPECT_EQ(p.id, e.id);
-        EXPECT_EQ(p.name, e.label);
-        EXPECT_EQ(p.kind, e.kind);
-        EXPECT_EQ(p.flags, e.flags);
-        unsigned group = p.groupIndex < 0 ? 0 : params[std::size_t(p.groupIndex)].id;
-        EXPECT_EQ(group, unsigned(e.group));
-        groups += p.kind == Kind::Group;
+    // Kinds by letter: Group Popup Bool(toggle) Float Int Angle X(point) Colour.
+    std::string const kinds = "GPXXXC|GBAFFPPFC|GFFPFFP|GPFX|GPFFF|GFFIFFFFP|";
+    std::vector<unsigned> const ids = {176, 174, 5,    6,   7,    164,  181, 170, 171, 172,
+                                       180, 183, 184,  185, 188,  20,   3,   169, 166, 161,
+                                       4,   162, 1008, 13,  1009, 1063, 22,  23,  24,  25,
+                                       26,  178, 19,   18,  12,   11,   167, 8,   68,  9};
+    std::vector<unsigned> const flags = {32, 33, 32, 32, 32, 32, 32, 33, 36, 44, 44, 36, 36, 44,
+                                         36, 32, 8,  8,  33, 40, 40, 33, 32, 33, 40, 32, 40, 33,
+                                         45, 45, 40, 32, 8,  8,  41, 40, 8,  8,  8,  0};
+    std::string const labels =
+        "3D Transform|Light|Baseline Start|Baseline End|Height and Slant|Wireframe Color|Bend|Bend|"
+        "Bend Angle|Bend Start|Bend Stretch|Seam Style|Seam Size|Seam Intensity|Seam Color|"
+        "Mirrel Style|Softness|Softness Aspect|Softness Type|Fade Start|Fade Length|Fade Type|"
+        "2D Transform|Quality|Zoom|Translate|Motion Blur|Motion Blur|Shutter Angle|"
+        "Shutter Phase|Samples|Blend|Gamma|Brightness|Random Seed|Fade Noise|Post Softness|"
+        "Source Opacity|Mirrel Opacity|Transfer Mode|";
+    std::string gotKinds, gotLabels;
+    std::vector<unsigned> gotIds, gotFlags;
+    int group = -1, i = 0;
+    for (auto const& p : host.params().params()) {
+        if (p.kind == ParameterStore::Kind::Group && i > 0) gotKinds += '|';
+        gotKinds += "GPBFIAXC"[int(p.kind)];
+        gotLabels += p.name + "|";
+        gotIds.push_back(p.id);
+        gotFlags.push_back(p.flags);
+        // Groups stand at the top level; each parameter sits in the group declared before it.
+        EXPECT_EQ(p.groupIndex, p.kind == ParameterStore::Kind::Group ? -1 : group) << p.name;
+        if (p.kind == ParameterStore::Kind::Group) group = i;
+        ++i;
     }
-    EXPECT_EQ(groups, 6);
-    EXPECT_EQ(params.size() - std::size_t(groups), 34u);
+    EXPECT_EQ(gotKinds + '|', kinds);
+    EXPECT_EQ(gotIds, ids);
+    EXPECT_EQ(gotFlags, flags);
+    EXPECT_EQ(gotLabels, labels);
 }
 
 TEST(FxPlugCatalogue, LimitsSlidersAndDefaultsReachTheHost) {
     InProcessHost host(InProcessFamily::Motion);
     ASSERT_TRUE(host.load(MirrelBundle()));
     ParameterStore& store = host.params();
-
-    struct Slider {
-        unsigned id;
-        double def, min, max, smin, smax, delta;
-    };
-    // The sliders whose limits lie beyond their slider range, and the signed ones.
-    for (Slider s :
-         {Slider{kShutterAngle, 360, 0, 720, 0, 360, 1}, Slider{kSoftness, 0, 0, 1000, 0, 100, 1},
-          Slider{kZoom, 1, -1000, 1000, -5, 5, 0.5}, Slider{kBendStretch, 1, 0, 20, 0, 5, 1},
-          Slider{kBrightness, 1, 0, 10, 0, 5, 1}, Slider{kSamples, 8, 1, 64, 1, 32, 1},
-          Slider{kSeamIntensity, 50, -100, 100, -100, 100, 1},
-          Slider{kRandomSeed, 0, 0, 65535, 0, 65535, 0}}) {
-        auto const* p = store.find(s.id);
+    // Default, limits, slider ends and step of the sliders whose limits lie beyond their slider
+    // range, and of the signed ones.
+    std::pair<unsigned, std::array<double, 6>> const sliders[] = {
+        {kShutterAngle, {360, 0, 720, 0, 360, 1}},
+        {kSoftness, {0, 0, 1000, 0, 100, 1}},
+        {kZoom, {1, -1000, 1000, -5, 5, 0.5}},
+        {kBendStretch, {1, 0, 20, 0, 5, 1}},
+        {kBrightness, {1, 0, 10, 0, 5, 1}},
+        {kSamples, {8, 1, 64, 1, 32, 1}},
+        {kSeamIntensity, {50, -100, 100, -100, 100, 1}},
+        {kRandomSeed, {0, 0, 65535, 0, 65535, 0}}};
+    for (auto const& [id, expected] : sliders) {
+        auto const* p = store.find(id);
         ASSERT_NE(p, nullptr);
-        SCOPED_TRACE(p->name);
-        EXPECT_EQ(p->defaultValue[0], s.def);
-        EXPECT_EQ(p->min, s.min);
-        EXPECT_EQ(p->max, s.max);
-        EXPECT_EQ(p->sliderMin, s.smin);
-        EXPECT_EQ(p->sliderMax, s.smax);
-        EXPECT_EQ(p->delta, s.delta);
+        EXPECT_EQ(
+            (std::array{p->defaultValue[0], p->min, p->max, p->sliderMin, p->sliderMax, p->delta}),
+            expected)
+            << p->name;
     }
     // Bend Angle is declared in degrees and kept in radians.
     auto const* angle = store.find(kBendAngle);
@@ -116,44 +78,39 @@ TEST(FxPlugCatalogue, LimitsSlidersAndDefaultsReachTheHost) {
     EXPECT_EQ(store.find(kHeightSlant)->defaultValue, (ParameterStore::Value{0.5, 1.0, 0}));
 
     // A value beyond the slider but within the limit is kept; beyond the limit it is clamped.
-    host.setValue(kZoom, {-250.0});
-    double zoom = 0;
-    store.getFloatValue_fromParm_atTime(&zoom, kZoom, 0);
-    EXPECT_EQ(zoom, -250.0);
-    host.setValue(kShutterAngle, {900.0});
-    double shutter = 0;
-    store.getFloatValue_fromParm_atTime(&shutter, kShutterAngle, 0);
-    EXPECT_EQ(shutter, 720.0);
+    auto stored = [&](unsigned id, double v) {
+        host.setValue(id, {v});
+        double got = 0;
+        store.getFloatValue_fromParm_atTime(&got, id, 0);
+        return got;
+    };
+    EXPECT_EQ(stored(kZoom, -250.0), -250.0);
+    EXPECT_EQ(stored(kShutterAngle, 900.0), 720.0);
 }
 
 TEST(FxPlugCatalogue, PopupEntriesAndDefaults) {
     InProcessHost host(InProcessFamily::FinalCutExpress);
     ASSERT_TRUE(host.load(MirrelBundle()));
-    using Entries = std::vector<std::string>;
-    struct Popup {
-        unsigned id;
-        double def;
-        Entries entries;
+    std::tuple<unsigned, double, char const*> const popups[] = {
+        {kLight, 1, "Frontlit|Backlit|"},
+        {kSeamStyle, 1, "Constant|Linear|Square|Inverse Square|"},
+        {kSeamSize, 1, "None|Small|Medium|Large|"},
+        {kSoftnessType, 2, "Simple|Mip Map|Progressive Linear|Progressive Square|"},
+        {kFadeType, 0, "Linear|Square|Inverse Square|"},
+        {kQuality, 2, "Low|Medium|High|"},
+        {kMotionBlur, 0, "Off|On|"},
+        {kTransferMode, 1,
+         "None|Based on Light|Behind|Normal|Add|Multiply|Screen|Overlay|Soft Light|Hard Light|"
+         "Color Dodge|Color Burn|Darken|Lighten|Difference|Exclusion|Hue|Saturation|Color|"
+         "Luminosity|"},
     };
-    Popup const popups[] = {
-        {kLight, 1, {"Frontlit", "Backlit"}},
-        {kSeamStyle, 1, {"Constant", "Linear", "Square", "Inverse Square"}},
-        {kSeamSize, 1, {"None", "Small", "Medium", "Large"}},
-        {kSoftnessType, 2, {"Simple", "Mip Map", "Progressive Linear", "Progressive Square"}},
-        {kFadeType, 0, {"Linear", "Square", "Inverse Square"}},
-        {kQuality, 2, {"Low", "Medium", "High"}},
-        {kMotionBlur, 0, {"Off", "On"}},
-        {kTransferMode, 1, {"None",       "Based on Light", "Behind",      "Normal",
-                            "Add",        "Multiply",       "Screen",      "Overlay",
-                            "Soft Light", "Hard Light",     "Color Dodge", "Color Burn",
-                            "Darken",     "Lighten",        "Difference",  "Exclusion",
-                            "Hue",        "Saturation",     "Color",       "Luminosity"}},
-    };
-    for (auto const& e : popups) {
-        auto const* p = host.params().find(e.id);
+    for (auto [id, def, entries] : popups) {
+        auto const* p = host.params().find(id);
         ASSERT_NE(p, nullptr);
-        EXPECT_EQ(p->entries, e.entries) << p->name;
-        EXPECT_EQ(p->defaultValue[0], e.def) << p->name;
+        std::string joined;
+        for (auto const& e : p->entries) joined += e + "|";
+        EXPECT_EQ(joined, entries);
+        EXPECT_EQ(p->defaultValue[0], def) << p->name;
     }
 }
 
@@ -167,10 +124,11 @@ TEST(FxPlugCatalogue, PropertiesAndLoading) {
 
     NSDictionary const& props = host.properties();
     EXPECT_EQ(props.count(), 5u);
-    EXPECT_EQ(*props.objectForKey("SupportsRowBytes"), NSNumber::numberWithBool(true));
-    EXPECT_EQ(*props.objectForKey("SupportsR408"), NSNumber::numberWithBool(false));
-    EXPECT_EQ(*props.objectForKey("SupportsR4fl"), NSNumber::numberWithBool(false));
-    EXPECT_EQ(*props.objectForKey("MayRemapTime"), NSNumber::numberWithBool(false));
+    for (auto [key, on] : {std::pair{"SupportsRowBytes", true},
+                           {"SupportsR408", false},
+                           {"SupportsR4fl", false},
+                           {"MayRemapTime", false}})
+        EXPECT_EQ(*props.objectForKey(key), NSNumber::numberWithBool(on)) << key;
     EXPECT_EQ(*props.objectForKey("EquivalentSMPTEWipeCode"), NSNumber::numberWithInt(0));
     EXPECT_FALSE(host.filter()->variesOverTime());
 }

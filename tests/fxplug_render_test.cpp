@@ -10,72 +10,48 @@
 
 namespace {
 
-// A bitmap whose row r holds the byte r + 1 followed by its column, so rows tell where they
+unsigned char* rowOf(FxBitmap* b, unsigned y) {
+    return static_cast<unsigned char*>(b->dataPtr()) + y * b->rowBytes();
+}
+
+// A bitmap whose row r holds the byte 16 * (r + 1) plus its column, so rows tell where they
 // came from.
 FxBitmap* numberedBitmap(unsigned width, unsigned height) {
     FxImageInfo info;
     info.width = width;
     info.height = height;
     FxBitmap* b = FxBitmap::alloc()->initWithInfo(info);
-    for (unsigned y = 0; y < height; ++y) {
-        auto* row = static_cast<unsigned char*>(b->dataPtr()) + y * b->rowBytes();
-        for (unsigned i = 0; i < width * 4; ++i) row[i] = (unsigned char)((y + 1) * 16 + i % 16);
-    }
+    for (unsigned y = 0; y < height; ++y)
+        for (unsigned i = 0; i < width * 4; ++i)
+            rowOf(b, y)[i] = (unsigned char)((y + 1) * 16 + i % 16);
     return b;
 }
 
-unsigned char const* rowOf(FxBitmap* b, unsigned y) {
-    return static_cast<unsigned char const*>(b->dataPtr()) + y * b->rowBytes();
-}
-
-TEST(FxPlugFrame, LineDoubleAndLineHalfKeepTheOddLines) {
-    FxBitmap* field = numberedBitmap(3, 4);
-    FxBitmap* doubled = render_lineDouble(field);
-    ASSERT_NE(doubled, nullptr);
-    ASSERT_EQ(doubled->height(), 8u);
-    for (unsigned i = 0; i < 4; ++i) {
-        EXPECT_EQ(0, std::memcmp(rowOf(doubled, 2 * i), rowOf(field, i), 12));
-        EXPECT_EQ(0, std::memcmp(rowOf(doubled, 2 * i + 1), rowOf(field, i), 12));
+TEST(FxPlugFrame, LineHalfKeepsOneFieldAndStopsWhenTheSourceRunsOut) {
+    FxBitmap* doubled = numberedBitmap(3, 8);
+    FxBitmap* out = numberedBitmap(3, 6);
+    for (bool odd : {false, true}) {
+        render_lineHalf(doubled, out, odd);
+        for (unsigned y = 0; y < 4; ++y) EXPECT_EQ(rowOf(out, y)[0], (2 * y + 1 + odd) * 16) << y;
     }
-    // Make the odd lines tell themselves apart, then halve: lines 1, 3, 5, 7 come back.
-    for (unsigned y = 1; y < 8; y += 2)
-        static_cast<unsigned char*>(doubled->dataPtr())[y * doubled->rowBytes()] =
-            (unsigned char)(200 + y);
-    FxBitmap* out = numberedBitmap(3, 4);
-    render_lineHalf(doubled, out, true);
-    for (unsigned y = 0; y < 4; ++y) EXPECT_EQ(rowOf(out, y)[0], 200 + 2 * y + 1);
-    render_lineHalf(doubled, out, false);
-    for (unsigned y = 0; y < 4; ++y) EXPECT_EQ(rowOf(out, y)[0], rowOf(field, y)[0]);
-    // A destination with more rows than half the source stops when the source runs out.
-    FxBitmap* tall = numberedBitmap(3, 6);
-    render_lineHalf(doubled, tall, true);
-    EXPECT_EQ(rowOf(tall, 3)[0], 207);
-    EXPECT_EQ(rowOf(tall, 4)[0], 5 * 16);
-    for (FxBitmap* b : {field, doubled, out, tall}) b->release();
+    EXPECT_EQ(rowOf(out, 4)[0], 5 * 16) << "rows beyond half the source are left";
+    for (FxBitmap* b : {doubled, out}) b->release();
 }
 
 TEST(FxPlugFrame, InputIsCroppedOrPaddedToTheOutputSize) {
     FxBitmap* input = numberedBitmap(3, 2);
-    FxBitmap* same = numberedBitmap(3, 2);
-    EXPECT_EQ(getSameSizedInputAsOutput(input, same), input);
-
-    FxBitmap* larger = numberedBitmap(5, 4);
-    FxBitmap* padded = getSameSizedInputAsOutput(input, larger);
-    ASSERT_NE(padded, input);
-    ASSERT_EQ(padded->width(), 5u);
-    ASSERT_EQ(padded->height(), 4u);
-    for (unsigned y = 0; y < 2; ++y) {
-        EXPECT_EQ(0, std::memcmp(rowOf(padded, y), rowOf(input, y), 12));
-        for (unsigned i = 12; i < 20; ++i) EXPECT_EQ(rowOf(padded, y)[i], 0) << y << " " << i;
-    }
-    for (unsigned y = 2; y < 4; ++y)
-        for (unsigned i = 0; i < 20; ++i) EXPECT_EQ(rowOf(padded, y)[i], 0);
-
-    FxBitmap* smaller = numberedBitmap(2, 1);
-    FxBitmap* cropped = getSameSizedInputAsOutput(input, smaller);
+    FxBitmap* sizes[] = {numberedBitmap(3, 2), numberedBitmap(5, 4), numberedBitmap(2, 1)};
+    EXPECT_EQ(getSameSizedInputAsOutput(input, sizes[0]), input);
+    FxBitmap* padded = getSameSizedInputAsOutput(input, sizes[1]);
+    ASSERT_EQ(std::pair(padded->width(), padded->height()), std::pair(5u, 4u));
+    for (unsigned y = 0; y < 4; ++y)
+        for (unsigned i = 0; i < 20; ++i)
+            EXPECT_EQ(rowOf(padded, y)[i], y < 2 && i < 12 ? rowOf(input, y)[i] : 0)
+                << y << " " << i;
+    FxBitmap* cropped = getSameSizedInputAsOutput(input, sizes[2]);
     ASSERT_EQ(cropped->width(), 2u);
     EXPECT_EQ(0, std::memcmp(rowOf(cropped, 0), rowOf(input, 0), 8));
-    for (FxBitmap* b : {input, same, larger, padded, smaller, cropped}) b->release();
+    for (FxBitmap* b : {input, sizes[0], sizes[1], sizes[2], padded, cropped}) b->release();
 }
 
 // Baseline lower than the default and a visible reflection, on a host of any family.

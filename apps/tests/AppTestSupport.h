@@ -24,6 +24,14 @@ inline std::string usageMessage(std::function<void()> const& f) {
     return "(no usage error)";
 }
 
+// A value as "a,b,c", a setting as "Label=a,b,c" or "Label@frame=a,b,c".
+inline std::string text(UserValue const& v) {
+    return formatNumber(v[0]) + "," + formatNumber(v[1]) + "," + formatNumber(v[2]);
+}
+inline std::string text(Setting const& s) {
+    return s.param->name + (s.keyed ? "@" + formatNumber(s.frame) : "") + "=" + text(s.value);
+}
+
 inline bool contains(std::string const& text, std::string const& part) {
     return text.find(part) != std::string::npos;
 }

@@ -19,57 +19,42 @@ TEST(Frei0rMapping, EveryParameterInOrderWithItsRangeEndsAndMenuEntries) {
     DeclaredParams d;
     auto mapped = frei0rParams(d.params());
     ASSERT_EQ(mapped.size(), 34u);
+    auto user = [](Param const& p, double x) {
+        double v[3] = {x, 0, 0};
+        return userValueFromFrei0r(p, v)[0];
+    };
     size_t k = 0;
     for (Param const& p : d.params()) {
         if (p.kind == ParamKind::Group) continue;
         Frei0rParam const& f = mapped[k++];
         SCOPED_TRACE(p.name);
         ASSERT_EQ(f.param, &p);
+        int type = p.kind == ParamKind::Toggle  ? F0R_PARAM_BOOL
+                   : p.kind == ParamKind::Point ? F0R_PARAM_POSITION
+                   : p.kind == ParamKind::Color ? F0R_PARAM_COLOR
+                                                : F0R_PARAM_DOUBLE;
+        EXPECT_EQ(f.type, type);
         double v[3] = {0, 0, 0};
-        switch (p.kind) {
-        case ParamKind::Popup: {
-            EXPECT_EQ(f.type, F0R_PARAM_DOUBLE);
+        if (p.kind == ParamKind::Popup) {
+            // Entry e of n stands at e / (n - 1) and owns the values nearer to it than to others.
             double n1 = double(p.entries.size() - 1);
             for (size_t e = 0; e < p.entries.size(); ++e) {
                 EXPECT_TRUE(contains(f.explanation, p.entries[e]));
-                for (double off : {0.0, -0.45, 0.45}) {
-                    v[0] = (double(e) + off) / n1;
-                    if (v[0] >= 0 && v[0] <= 1) {
-                        EXPECT_EQ(userValueFromFrei0r(p, v)[0], double(e)) << v[0];
+                for (double off : {0.0, -0.45, 0.45})
+                    if (double x = (double(e) + off) / n1; x >= 0 && x <= 1) {
+                        EXPECT_EQ(user(p, x), double(e)) << x;
                     }
-                }
                 frei0rFromUserValue(p, {double(e), 0, 0}, v);
-                EXPECT_EQ(userValueFromFrei0r(p, v)[0], double(e));
+                EXPECT_EQ(v[0], double(e) / n1);
             }
-            break;
-        }
-        case ParamKind::Float:
-        case ParamKind::Int:
-        case ParamKind::Angle: {
-            EXPECT_EQ(f.type, F0R_PARAM_DOUBLE);
+        } else if (type == F0R_PARAM_DOUBLE) {
             Limits l = userLimits(p);
             EXPECT_TRUE(
                 contains(f.explanation, formatNumber(l.min) + " to " + formatNumber(l.max)));
             for (auto [x, want] :
-                 {std::pair{0.0, l.min}, {1.0, l.max}, {-3.0, l.min}, {7.0, l.max}}) {
-                v[0] = x;
-                EXPECT_EQ(userValueFromFrei0r(p, v)[0], want) << x;
-            }
-            v[0] = 0.5;
-            EXPECT_NEAR(userValueFromFrei0r(p, v)[0], (l.min + l.max) / 2, 0.5);
-            break;
-        }
-        case ParamKind::Toggle:
-            EXPECT_EQ(f.type, F0R_PARAM_BOOL);
-            break;
-        case ParamKind::Point:
-            EXPECT_EQ(f.type, F0R_PARAM_POSITION);
-            break;
-        case ParamKind::Color:
-            EXPECT_EQ(f.type, F0R_PARAM_COLOR);
-            break;
-        default:
-            break;
+                 {std::pair{0.0, l.min}, {1.0, l.max}, {-3.0, l.min}, {7.0, l.max}})
+                EXPECT_EQ(user(p, x), want) << x;
+            EXPECT_NEAR(user(p, 0.5), (l.min + l.max) / 2, 0.5);
         }
         // Every default survives the trip to frei0r and back.
         frei0rFromUserValue(p, userDefault(p), v);
@@ -107,17 +92,16 @@ TEST(Frei0rPlugin, DeclaresTheCatalogueWithItsDefaults) {
         double expected[3] = {0, 0, 0};
         frei0rFromUserValue(p, userDefault(p), expected);
         union {
-            double d;
-            f0r_param_color_t c;
-            f0r_param_position_t pos;
+            double d[2];
+            float c[3];
         } value{};
         get(instance, &value, i);
-        if (pi.type == F0R_PARAM_COLOR)
-            EXPECT_FLOAT_EQ(value.c.g, float(expected[1])) << p.name;
-        else if (pi.type == F0R_PARAM_POSITION)
-            EXPECT_EQ(value.pos.y, expected[1]) << p.name;
+        if (pi.type == F0R_PARAM_COLOR) // a position's y, a colour's g, or the value
+            EXPECT_FLOAT_EQ(value.c[1], float(expected[1])) << p.name;
         else
-            EXPECT_EQ(value.d, expected[0]) << p.name;
+            EXPECT_EQ(value.d[pi.type == F0R_PARAM_POSITION],
+                      expected[pi.type == F0R_PARAM_POSITION])
+                << p.name;
     }
     symbol<void (*)(f0r_instance_t)>(lib, "f0r_destruct")(instance);
     symbol<void (*)()>(lib, "f0r_deinit")();
@@ -167,13 +151,15 @@ TEST(Frei0rPlugin, FfmpegThroughThePluginEqualsTheCommand) {
             v[0] = c[0], v[1] = c[1], v[2] = c[2];
         Param const& p = *mapped[i].param;
         UserValue u = userValueFromFrei0r(p, v);
-        char text[128];
-        if (p.kind == ParamKind::Point)
-            std::snprintf(text, sizeof text, "%.17g,%.17g", u[0], u[1]);
-        else if (p.kind == ParamKind::Color)
-            std::snprintf(text, sizeof text, "%.17g,%.17g,%.17g", u[0], u[1], u[2]);
-        else
-            std::snprintf(text, sizeof text, "%.17g", u[0]);
+        std::string text;
+        for (int c = 0; c < (p.kind == ParamKind::Point   ? 2
+                             : p.kind == ParamKind::Color ? 3
+                                                          : 1);
+             ++c) {
+            char number[32];
+            std::snprintf(number, sizeof number, "%.17g", u[size_t(c)]);
+            text += (c ? "," : "") + std::string(number);
+        }
         sets += " --set '" + p.name + "=" + text + "'";
     }
     ASSERT_EQ(shell("FREI0R_PATH=" MIRREL_FREI0R_DIR " " MIRREL_FFMPEG " -v error -i " + d +

@@ -22,10 +22,6 @@ Picture straightRamp(int depth) {
     return p;
 }
 
-std::string tempPath(std::string const& name) {
-    return scratchPath(name);
-}
-
 std::vector<float> rawPixels(std::string const& path, int* channels) {
     OIIO::ImageSpec config;
     config.attribute("oiio:UnassociatedAlpha", 1);
@@ -38,23 +34,19 @@ std::vector<float> rawPixels(std::string const& path, int* channels) {
 }
 
 TEST(ImageFile, RoundTripsKeepEachFormatsAlphaConvention) {
-    struct Case {
-        char const* name;
-        int depth;
-        bool straight;
-    };
-    for (Case c : {Case{"a.png", 8, true}, Case{"b.png", 16, true}, Case{"c.tif", 16, false},
-                   Case{"d.exr", 32, false}, Case{"e.tif", 8, false}}) {
-        SCOPED_TRACE(c.name);
-        std::string path = tempPath(c.name);
-        Picture premultiplied = straightRamp(c.depth);
+    for (auto [name, depth, straight] : {std::tuple{"a.png", 8, true},
+                                         {"b.png", 16, true},
+                                         {"c.tif", 16, false},
+                                         {"d.exr", 32, false},
+                                         {"e.tif", 8, false}}) {
+        SCOPED_TRACE(name);
+        std::string path = scratchPath(name);
+        Picture premultiplied = straightRamp(depth);
         premultiply(premultiplied);
-        writeImage(path, premultiplied, {4, true, c.straight, c.depth, false});
-
+        writeImage(path, premultiplied, {4, true, straight, depth, false});
         LoadedImage back = readImage(path, 0);
-        EXPECT_EQ(back.layout.depth, c.depth);
-        EXPECT_EQ(back.layout.straight, c.straight);
-        EXPECT_TRUE(back.layout.hasAlpha);
+        EXPECT_EQ(std::tuple(back.layout.depth, back.layout.straight, back.layout.hasAlpha),
+                  std::tuple(depth, straight, true));
         EXPECT_EQ(back.picture.bytes, premultiplied.bytes);
 
         // What the file holds is the format's own convention, converted once.
@@ -62,42 +54,33 @@ TEST(ImageFile, RoundTripsKeepEachFormatsAlphaConvention) {
         auto raw = rawPixels(path, &channels);
         ASSERT_EQ(channels, 4);
         Picture expected = premultiplied;
-        if (c.straight) unpremultiply(expected);
-        for (size_t i = 0; i < expected.pixelCount(); ++i) {
-            for (int k = 0; k < 4; ++k)
-                ASSERT_NEAR(raw[i * 4 + size_t(k)], expected.channel(i, k), 1e-6) << i << k;
-        }
+        if (straight) unpremultiply(expected);
+        for (size_t i = 0; i < expected.pixelCount() * 4; ++i)
+            ASSERT_NEAR(raw[i], expected.channel(i / 4, int(i % 4)), 1e-6) << i;
         fs::remove(path);
     }
 }
 
 TEST(ImageFile, DepthConversionGreyAndOpaqueFiles) {
-    std::string path = tempPath("grey.png");
-    {
-        OIIO::ImageSpec spec(3, 2, 1, OIIO::TypeDesc::UINT16);
-        std::vector<uint16_t> grey = {0, 1000, 30000, 65535, 257, 12345};
-        auto out = OIIO::ImageOutput::create(path);
-        ASSERT_TRUE(out && out->open(path, spec));
-        out->write_image(OIIO::TypeDesc::UINT16, grey.data());
-        out->close();
-    }
+    std::string path = scratchPath("grey.png"), rgb = scratchPath("rgb.png");
+    auto out = OIIO::ImageOutput::create(path);
+    ASSERT_TRUE(out && out->open(path, OIIO::ImageSpec(3, 2, 1, OIIO::TypeDesc::UINT16)));
+    std::vector<uint16_t> grey = {0, 1000, 30000, 65535, 257, 12345};
+    out->write_image(OIIO::TypeDesc::UINT16, grey.data());
+    out->close();
     LoadedImage img = readImage(path, 8);
-    EXPECT_EQ(img.layout.depth, 16);
-    EXPECT_FALSE(img.layout.hasAlpha);
-    EXPECT_EQ(img.picture.depth, 8);
-    for (size_t i = 0; i < 6; ++i) {
+    EXPECT_EQ(std::tuple(img.layout.depth, img.layout.hasAlpha, img.picture.depth),
+              std::tuple(16, false, 8));
+    for (size_t i = 0; i < 6; ++i) { // grey as colour, opaque, 257 of 65535 is 1 of 255
         EXPECT_EQ(img.picture.bytes[i * 4], img.picture.bytes[i * 4 + 2]);
-        EXPECT_EQ(img.picture.bytes[i * 4 + 3], 255); // no alpha means opaque
+        EXPECT_EQ(img.picture.bytes[i * 4 + 3], 255);
     }
-    EXPECT_EQ(img.picture.bytes[4 * 4], 1); // 257 of 65535 is 1 of 255
-
-    std::string rgb = tempPath("rgb.png");
+    EXPECT_EQ(img.picture.bytes[4 * 4], 1);
     writeImage(rgb, img.picture, img.layout);
     int channels = 0;
     rawPixels(rgb, &channels);
     EXPECT_EQ(channels, 3);
-    fs::remove(path);
-    fs::remove(rgb);
+    fs::remove(path), fs::remove(rgb);
 }
 
 TEST(ImageFile, FailuresNameTheFileAndLeaveNothingBehind) {
@@ -109,27 +92,19 @@ TEST(ImageFile, FailuresNameTheFileAndLeaveNothingBehind) {
         }
         return "(no failure)";
     };
-    std::string missing = tempPath("missing.png");
-    EXPECT_TRUE(contains(failure([&] { readImage(missing, 0); }), missing));
-    std::string junk = tempPath("junk.png");
+    std::string missing = scratchPath("missing.png"), junk = scratchPath("junk.png");
     std::ofstream(junk) << "not a picture";
-    EXPECT_TRUE(contains(failure([&] { readImage(junk, 0); }), junk));
+    for (std::string const& path : {missing, junk})
+        EXPECT_TRUE(contains(failure([&] { readImage(path, 0); }), path));
     fs::remove(junk);
 
-    std::string dir = tempPath("outdir");
+    std::string dir = scratchPath("outdir");
     fs::create_directories(dir);
-    std::string nowhere = dir + "/no/such/folder/out.png";
-    Picture p(2, 2, 8);
-    EXPECT_TRUE(contains(failure([&] { writeImage(nowhere, p, {}); }), nowhere));
-    std::string unknown = dir + "/out.unknownformat";
-    EXPECT_TRUE(contains(failure([&] { writeImage(unknown, p, {}); }), unknown));
+    for (std::string const& path : {dir + "/no/such/folder/out.png", dir + "/out.unknownformat"})
+        EXPECT_TRUE(contains(failure([&] { writeImage(path, Picture(2, 2, 8), {}); }), path));
     EXPECT_TRUE(fs::is_empty(dir));
     fs::remove_all(dir);
 }
-
-} // namespace
-
-namespace {
 
 TEST(Alpha, PremultiplyRoundsToNearestAndStraighteningUndoesIt) {
     Picture p8(2, 1, 8);
@@ -139,21 +114,15 @@ TEST(Alpha, PremultiplyRoundsToNearestAndStraighteningUndoesIt) {
     unpremultiply(p8);
     EXPECT_EQ(p8.bytes, (std::vector<unsigned char>{199, 255, 0, 100, 0, 0, 0, 0}));
 
-    Picture p16(1, 1, 16);
-    p16.setChannel(0, 0, 1.0);
-    p16.setChannel(0, 1, 0.5);
-    p16.setChannel(0, 3, 0.5);
-    premultiply(p16);
+    // 16 bits are held to full scale; float is not clamped.
+    Picture p16(1, 1, 16), pf(1, 1, 32);
+    for (int c = 0; c < 4; ++c) p16.setChannel(0, c, c == 3 ? 0.5 : 1.0);
+    for (int c = 0; c < 4; ++c) pf.setChannel(0, c, c == 3 ? 0.25 : 2.0);
+    premultiply(p16), premultiply(pf);
     EXPECT_NEAR(p16.channel(0, 0), 0.5, 1.0 / 65535);
-    EXPECT_NEAR(p16.channel(0, 1), 0.25, 1.0 / 65535);
-    unpremultiply(p16);
-    EXPECT_EQ(p16.channel(0, 0), 1.0); // held to full scale
-
-    Picture pf(1, 1, 32);
-    for (int c = 0; c < 4; ++c) pf.setChannel(0, c, c == 3 ? 0.25 : 2.0); // float is not clamped
-    premultiply(pf);
     EXPECT_EQ(pf.channel(0, 0), 0.5);
-    unpremultiply(pf);
+    unpremultiply(p16), unpremultiply(pf);
+    EXPECT_EQ(p16.channel(0, 0), 1.0);
     EXPECT_EQ(pf.channel(0, 2), 2.0);
 }
 
