@@ -42,23 +42,24 @@ struct Canvas {
     static int edge(void* self, LineRenderStruct* s) {
         return static_cast<Canvas*>(self)->paint(s, true);
     }
+    // A polygon in screen space, already divided: u / q and v / q follow the screen position.
+    TX_Poly p;
+    explicit Canvas(const Ring& ring) {
+        p.m_n = int(ring.size());
+        p.m_mask =
+            POLY_MASK_SX | POLY_MASK_SY | POLY_MASK_SZ | POLY_MASK_U | POLY_MASK_V | POLY_MASK_Q;
+        for (int i = 0; i < p.m_n; ++i)
+            p.m_vert[i] = {ring[i].x,     ring[i].y,     0,   1, 0, 0, 0,
+                           ring[i].x / 2, ring[i].y / 2, 0.5, 0, 0, 0};
+        p.m_pixels = reinterpret_cast<unsigned char*>(value.data());
+        p.m_rowBytes = W * sizeof(float);
+        p.m_pixelBytes = sizeof(float);
+        p.m_rowOrigin = 0;
+        p.m_lineFunction = line;
+        p.m_edgeFunction = edge;
+        p.m_userData = this;
+    }
 };
-
-// A polygon in screen space, already divided: u / q and v / q follow the screen position.
-void load(TX_Poly& p, Canvas& c, const Ring& ring) {
-    p.m_n = int(ring.size());
-    p.m_mask = POLY_MASK_SX | POLY_MASK_SY | POLY_MASK_SZ | POLY_MASK_U | POLY_MASK_V | POLY_MASK_Q;
-    for (int i = 0; i < p.m_n; ++i)
-        p.m_vert[i] = {ring[i].x,     ring[i].y,     0,   1, 0, 0, 0,
-                       ring[i].x / 2, ring[i].y / 2, 0.5, 0, 0, 0};
-    p.m_pixels = reinterpret_cast<unsigned char*>(c.value.data());
-    p.m_rowBytes = W * sizeof(float);
-    p.m_pixelBytes = sizeof(float);
-    p.m_rowOrigin = 0;
-    p.m_lineFunction = Canvas::line;
-    p.m_edgeFunction = Canvas::edge;
-    p.m_userData = &c;
-}
 
 // Convex quad: four points in angular order on an ellipse, either winding.
 Ring randomQuad(std::mt19937& rng) {
@@ -120,20 +121,16 @@ TEST(PolyScan, RandomQuadsCoverTheirCentresAndArea) {
     for (int trial = 0; trial < 150; ++trial) {
         Ring ring = randomQuad(rng);
         if (trial % 10 == 0) ring = {{30.2, 20.0}, {90.7, 20.0}, {60.3, 77.6}}; // flat top
-        Canvas hard, c, deferred;
-        TX_Poly h, p, d;
-        load(h, hard, ring);
-        load(p, c, ring);
-        load(d, deferred, ring);
-        d.setOpenMP();
-        h.poly_scan(&win, 0, 0, W - 1, H - 1);
-        p.polyAreaScan(&win, 0, 0, W - 1, H - 1);
-        d.polyAreaScan(&win, 0, 0, W - 1, H - 1);
+        Canvas hard(ring), c(ring), deferred(ring);
+        deferred.p.setOpenMP();
+        hard.p.poly_scan(&win, 0, 0, W - 1, H - 1);
+        c.p.polyAreaScan(&win, 0, 0, W - 1, H - 1);
+        deferred.p.polyAreaScan(&win, 0, 0, W - 1, H - 1);
         for (const auto& s : hard.lines) EXPECT_EQ(s.leftCount + s.count + s.rightCount, W);
         // Deferred interiors run after the walk, with the same result.
         EXPECT_EQ(c.value, deferred.value);
         EXPECT_EQ(deferred.order.find_last_of('e'), deferred.edges.size() - 1);
-        EXPECT_EQ(d.m_deferred, nullptr);
+        EXPECT_EQ(deferred.p.m_deferred, nullptr);
 
         double ymin = 1e9, ymax = -1e9, tol = 0.01, kept = 0, keptExact = 0;
         for (size_t i = 0; i < ring.size(); ++i) {
@@ -172,10 +169,8 @@ TEST(PolyScan, RandomQuadsCoverTheirCentresAndArea) {
 }
 
 TEST(PolyAreaScan, RowsSplitIntoEdgeInteriorEdge) {
-    Canvas c;
-    TX_Poly p;
-    load(p, c, {{10, 10.5}, {20, 10.5}, {20, 20}, {10, 20}});
-    p.polyAreaScan(&win, 0, 0, W - 1, H - 1);
+    Canvas c({{10, 10.5}, {20, 10.5}, {20, 20}, {10, 20}});
+    c.p.polyAreaScan(&win, 0, 0, W - 1, H - 1);
     ASSERT_EQ(c.order.size(), 30u);
     // Row 10 has only its lower eight sub-rows: one edge span of pixels 10 to 20.
     EXPECT_EQ(c.edges[0].count, 11);
@@ -191,10 +186,9 @@ TEST(PolyAreaScan, RowsSplitIntoEdgeInteriorEdge) {
     EXPECT_EQ(c.at(15, 20), 0.0f);
 
     // The left edge span is not cut at the window's right bound.
-    Canvas n;
+    Canvas n({{10, 0}, {40, 0}, {43, 1}, {13, 1}});
     TX_Window narrow{0, 0, 11, H - 1};
-    load(p, n, {{10, 0}, {40, 0}, {43, 1}, {13, 1}});
-    p.polyAreaScan(&narrow, 0, 0, W - 1, H - 1);
+    n.p.polyAreaScan(&narrow, 0, 0, W - 1, H - 1);
     ASSERT_EQ(n.order, "ele");
     EXPECT_EQ(n.edges[0].count, 3);
     EXPECT_EQ(n.edges[1].count, -1); // read as no pixels
@@ -266,10 +260,9 @@ TEST(PolyDeathTest, TooManyVerticesAbort) {
     EXPECT_DEATH(p.poly_scan(&win, 0, 0, 0, 0), "!\\(m_n>POLY_NMAX\\)");
     EXPECT_DEATH(p.polyAreaScan(&win, 0, 0, 0, 0), "!\\(m_n>POLY_NMAX\\)");
     // No vertices: nothing is called.
-    Canvas c;
-    load(p, c, {});
-    p.poly_scan(&win, 0, 0, W - 1, H - 1);
-    p.polyAreaScan(&win, 0, 0, W - 1, H - 1);
+    Canvas c{Ring{}};
+    c.p.poly_scan(&win, 0, 0, W - 1, H - 1);
+    c.p.polyAreaScan(&win, 0, 0, W - 1, H - 1);
     EXPECT_TRUE(c.order.empty());
 }
 

@@ -196,20 +196,27 @@ TEST(CoreTransformRender, ConcaveAndDegenerateQuadsDrawNothing) {
 
     MemoryImage src(RF_ARGB8, 16, 16), dst(RF_ARGB8, 16, 16);
     fillPicture(src, false);
+    auto drawsNothing = [&](Transform& t) {
+        dst.fillBytes(9);
+        const std::vector<unsigned char> before = dst.bytes();
+        EXPECT_EQ(t.run(src, dst, false), 0);
+        EXPECT_EQ(dst.bytes(), before);
+        t.run(src, dst, true);
+        EXPECT_EQ(dst.bytes(), std::vector<unsigned char>(before.size(), 0));
+    };
     for (int type : {2, 4})
         for (const double* stored : {bowTie, point}) {
-            dst.fillBytes(9);
-            const std::vector<unsigned char> before = dst.bytes();
             Transform t(1, src, dst, type);
             // The caller lists corners 1 and 2 the other way round.
             const double listed[8] = {stored[0], stored[1], stored[4], stored[5],
                                       stored[2], stored[3], stored[6], stored[7]};
             Transform::setQuad(type == 2 ? t.args.destQuad : t.args.srcQuad, listed);
-            EXPECT_EQ(t.run(src, dst, false), 0);
-            EXPECT_EQ(dst.bytes(), before);
-            t.run(src, dst, true);
-            EXPECT_EQ(dst.bytes(), std::vector<unsigned char>(before.size(), 0));
+            drawsNothing(t);
         }
+    // So does an empty destination window.
+    Transform empty(1, src, dst);
+    empty.settings.dstRect = TX_IRect(10, 0, 9, 15);
+    drawsNothing(empty);
 }
 
 TEST(CoreTransformRender, PolygonBehindTheEyeIsDrawnMirrored) {
@@ -251,14 +258,6 @@ TEST(CoreTransformRender, SettingsAndArgumentsAsTheyComeBack) {
     MemoryImage odd(PluginRasterFormat(4), 8, 8);
     MemoryHost oddHost(&src, &odd);
     EXPECT_EQ(render(oddHost, ss.args, src, odd, &ss.settings), 1);
-
-    // An empty destination window draws nothing.
-    dst.fillBytes(2);
-    const auto before = dst.bytes();
-    Transform empty(1, src, dst);
-    empty.settings.dstRect = TX_IRect(10, 0, 9, 23);
-    EXPECT_EQ(empty.run(src, dst, false), 0);
-    EXPECT_EQ(dst.bytes(), before);
 }
 
 TEST(CoreTransformRender, FillAndClampUseTheFormatsFullScale) {
