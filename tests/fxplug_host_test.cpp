@@ -86,61 +86,20 @@ TEST(FxPlugHost, MotionRowsAreSeenTopDownAndScratchRastersAreNot) {
     }
 }
 
-TEST(FxPlugHost, AspectScaleFieldsAndPixelTypes) {
+TEST(FxPlugHost, PixelTypesAndAFieldHalvingTheVerticalScale) {
     Render r(InProcessFamily::FinalCutPro, 16, 2);
-    r.bitmap->setPixelAspect(1.5);
     std::unique_ptr<PluginRaster_API> input(r.face.getInputRaster(0));
-    PluginHost_API::RasterInfo info;
-    r.face.getRasterInfo(input.get(), &info);
-    EXPECT_EQ(info.aspectRatio, 1.5f);
-    EXPECT_EQ(r.face.geAspectRatio(input.get()), 1.0) << "host pixel aspect is not applied";
     int error = 0;
     std::unique_ptr<PluginRaster_API> scratch(
         r.face.allocRaster(2, 2, PluginRaster_API::PIXEL_16, error, 0));
-    EXPECT_EQ(r.face.geAspectRatio(scratch.get()), 1.5);
     EXPECT_EQ(input->getPixelType(), PluginRaster_API::PIXEL_16);
     EXPECT_EQ(scratch->getPixelType(), PluginRaster_API::PIXEL_14) << "told by pixel size only";
     r.face.deallocRaster(scratch.get());
-
     r.info.scaleX = r.info.scaleY = 0.5;
-    r.info.qualityLevel = 1;
-    EXPECT_FALSE(r.face.isQualityHigh());
-    int w = 0, h = 0;
-    r.face.getSourceLayerDimensions(w, h);
-    EXPECT_EQ(std::pair(w, h), std::pair(12, 8));
-    auto frameInfo = [&](double frame) {
-        int full = 0, step = 0, first = -1;
-        r.face.getFullFrameInfo(frame, 240, full, step, first);
-        return std::tuple(r.face.getScaleX(), r.face.getScaleY(), full, step, first);
-    };
-    r.info.field = 2;
-    EXPECT_EQ(frameInfo(10.49), std::tuple(0.5, 0.25, 480, 2, 1));
-    EXPECT_EQ(frameInfo(10.48), std::tuple(0.5, 0.25, 480, 2, 0));
-    r.info.field = 0;
-    EXPECT_EQ(frameInfo(10.49), std::tuple(0.5, 0.5, 240, 1, 0));
-}
-
-TEST(FxPlugHost, OutputOverrideTakesTheOutputsPlace) {
-    Render r(InProcessFamily::Motion, 8, 2, 4, 2);
-    std::memset(r.pixels(), 9, 4 * 4 * 2);
-    int error = 0;
-    std::unique_ptr<PluginRaster_API> scratch(
-        r.face.allocRaster(3, 5, PluginRaster_API::PIXEL_8, error, 0));
-    r.face.setOutputRaster(scratch.get());
-    EXPECT_EQ(std::pair(r.face.getOutputWidth(), r.face.getOutputHeight()), std::pair(3, 5));
-    std::unique_ptr<PluginRaster_API> out(r.face.getOutputRaster());
-    PluginHost_API::RasterInfo o, s;
-    r.face.getRasterInfo(out.get(), &o);
-    r.face.getRasterInfo(scratch.get(), &s);
-    EXPECT_EQ(o.data, s.data) << "a private record over the same pixels";
-    std::memset(s.data, 5, std::size_t(s.rowBytes) * 5);
-    r.face.fillOutput();
-    EXPECT_EQ(static_cast<unsigned char*>(s.data)[s.rowBytes * 4 + 11], 0);
-    EXPECT_EQ(r.pixels()[0], 9) << "the bitmap stays";
-    r.face.setOutputRaster(nullptr);
-    r.face.deallocRaster(scratch.get());
-    r.face.fillOutput();
-    EXPECT_EQ(r.pixels()[0], 0);
+    for (auto [field, scaleY] : {std::pair{0, 0.5}, {1, 0.25}, {2, 0.25}}) {
+        r.info.field = decltype(r.info.field)(field);
+        EXPECT_EQ(std::pair(r.face.getScaleX(), r.face.getScaleY()), std::pair(0.5, scaleY));
+    }
 }
 
 } // namespace

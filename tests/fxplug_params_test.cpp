@@ -2,12 +2,10 @@
 #include "fxplug/MirrelBundle.h"
 #include "fxplug/PluginHost_FXPLUG_Impl.h"
 #include "fxplug/PluginUpdate_FXPLUG_Impl.h"
+#include "inprocess/InProcessHost.h"
 #include "params/ParamIds.h"
-#include "params/PluginUpdate_Impl.h"
 #include "params/RenderArguments.h"
-#include "platform/FxBitmap.h"
 #include "platform/Process.h"
-#include "support/HostPicture.h"
 
 #include <gtest/gtest.h>
 
@@ -61,48 +59,21 @@ TEST(FxPlugChangeRules, SwitchesEnableAndDisableWhatTheyGovern) {
     EXPECT_EQ(disabled(bend), "........");
     l.host.setValue(kBend, {0});
     EXPECT_EQ(disabled(bend), "xxxxxxx.");
-}
 
-TEST(FxPlugChangeRules, OtherIdsAndMissingInterfacesTouchNoFlag) {
-    Loaded l(InProcessFamily::Motion);
+    // Other ids, and a host without the action interface, touch no flag.
     auto flags = [&] {
         std::vector<unsigned> f;
-        for (auto const& p : l.host.params().params()) f.push_back(p.flags);
+        for (auto const& p : s.params()) f.push_back(p.flags);
         return f;
     };
     auto before = flags();
-    l.host.params().setConstant(kMotionBlur, {1});
-    EXPECT_EQ(l.host.filter()->parameterChanged(kSamples), YES);
-    EXPECT_EQ(l.host.filter()->parameterChanged(kGroupMotionBlur), YES);
+    s.setConstant(kMotionBlur, {1});
+    for (unsigned id : {kSamples, kGroupMotionBlur})
+        EXPECT_EQ(l.host.filter()->parameterChanged(id), YES);
     EXPECT_EQ(flags(), before);
     l.host.withhold(FxProtocol::CustomParameterAction, true);
     EXPECT_EQ(l.host.filter()->parameterChanged(kMotionBlur), NO);
     EXPECT_EQ(flags(), before);
-}
-
-TEST(FxPlugUpdate, FlagsColoursAndBooleans) {
-    Loaded l(InProcessFamily::FinalCutExpress, 4.0);
-    ParameterStore& s = l.host.params();
-    PluginUpdate_Impl update(&s, &s, 4.0);
-    s.setKey(kSeamColor, 0.0, {0.5, 0.5, 0.5}); // keyed: the write lands at the update's time
-    update.SetColorValue(kSeamColor, TX_Pixel{{255, 0, 128, 7}});
-    EXPECT_EQ(l.value(kSeamColor, 4.0), (ParameterStore::Value{1.0, 0.0, 128 / 255.0}));
-    EXPECT_EQ(l.value(kSeamColor, 0.0)[0], 0.5);
-    update.setEnableLayout(kBendStart, true);
-    EXPECT_EQ(s.find(kBendStart)->flags, 40u);
-
-    PluginUpdate_FXPLUG_Impl fx(&l.face);
-    fx.setGroupOpen(0, kGroupBlend, false);
-    EXPECT_TRUE(s.isClosed(kGroupBlend));
-    fx.setEnable(0, kGamma, false);
-    EXPECT_EQ(s.find(kGamma)->flags, 12u);
-    fx.setParamNameEnable(0, kGamma, "Gamma!", true);
-    EXPECT_EQ(s.find(kGamma)->flags, 8u);
-    EXPECT_EQ(s.find(kGamma)->name, "Gamma") << "this family cannot rename";
-    bool bend = false;
-    fx.setBoolValue(0, kBend, true);
-    update.GetBoolValue(kBend, bend);
-    EXPECT_TRUE(bend);
 }
 
 TEST(FxPlugParameterAccess, MotionPointsAreFlippedBothWays) {
@@ -132,8 +103,8 @@ TEST(FxPlugParameterAccess, MotionPointsAreFlippedBothWays) {
     }
 }
 
-TEST(FxPlugParameterAccess, AnglesConvertBothWays) {
-    Loaded l(InProcessFamily::FinalCutPro);
+TEST(FxPlugParameterAccess, AnglesConvertBothWaysAndTheTimeBaseIsOneHundredTicksAFrame) {
+    Loaded l(InProcessFamily::Motion, 2.999);
     l.host.setValue(kBendAngle, {1.0}); // the host keeps radians
     PluginHost_API::TimeObject now(0, 100, 3000);
     double degrees = 0, plain = 0;
@@ -142,18 +113,13 @@ TEST(FxPlugParameterAccess, AnglesConvertBothWays) {
     RenderArguments args;
     ParamsRetrieveValues(&l.face, &args);
     EXPECT_EQ(std::tuple(degrees, args.bendAngle, plain), std::tuple(kDegrees, kDegrees, 1.0));
-
     PluginUpdate_FXPLUG_Impl update(&l.face);
     update.setAngleValue(0, kBendAngle, 90.0);
     EXPECT_DOUBLE_EQ(l.value(kBendAngle)[0], std::numbers::pi / 2);
-    // The host interface converts the caller's value in place.
-    double value = 30.0;
+    double value = 30.0; // the host interface converts the caller's value in place
     l.face.SetAngleValue(11, kBendAngle, value);
     EXPECT_DOUBLE_EQ(value, std::numbers::pi / 6);
-}
 
-TEST(FxPlugParameterAccess, TimeBaseIsOneHundredTicksAFrame) {
-    Loaded l(InProcessFamily::Motion, 2.999);
     EXPECT_EQ((std::array{l.face.getTimeScale(), l.face.getTimeStep(), l.face.getFrameLength(),
                           l.face.getCurrentTime()}),
               (std::array{3000, 100, 3000, 299}));
@@ -164,7 +130,6 @@ TEST(FxPlugParameterAccess, TimeBaseIsOneHundredTicksAFrame) {
     l.face.GetFixedFloatValue(29, kZoom, PluginHost_API::TimeObject(1250, 100, 3000), zoom);
     EXPECT_DOUBLE_EQ(zoom, 5.0);
     l.info.frame = 12.25; // a render reads its own frame
-    RenderArguments args;
     ParamsRetrieveValues(&l.face, &args);
     EXPECT_DOUBLE_EQ(args.zoom, 2.5);
 }

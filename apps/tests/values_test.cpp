@@ -62,29 +62,23 @@ TEST(Values, SetArgumentsAndKeyframes) {
 }
 
 TEST(Values, SettingsReachTheHostInItsUnits) {
-    DeclaredParams d;
-    d.session.apply({
-        parseSetArgument(d.params(), "Bend Angle=90"),
-        parseSetArgument(d.params(), "Zoom@0=1"),
-        parseSetArgument(d.params(), "Zoom@10=3"),
-        parseSetArgument(d.params(), "Softness@0=50"),
-        parseSetArgument(d.params(), "Softness=7"), // a constant drops the keys before it
-        parseSetArgument(d.params(), "Baseline End=0.6,0.2"),
-    });
-    ParameterStore& store = d.session.host().params();
-    auto at = [&](int id, double frame) { return store.valueAt(*store.find(id), frame); };
-    EXPECT_NEAR(at(kBendAngle, 0)[0], 3.141592653589793 / 2, 1e-12);
-    EXPECT_DOUBLE_EQ(at(kZoom, 2.5)[0], 1.5);
-    EXPECT_DOUBLE_EQ(at(kSoftness, 0)[0], 7.0);
-    EXPECT_DOUBLE_EQ(at(kBaselineEnd, 0)[1], 0.2);
-
-    // Motion keeps y upwards: every point is flipped, the untouched defaults too.
-    EffectSession motion(1);
-    motion.apply({parseSetArgument(motion.params(), "Baseline End=0.6,0.2")});
-    ParameterStore& m = motion.host().params();
-    EXPECT_DOUBLE_EQ(m.valueAt(*m.find(kBaselineEnd), 0)[1], 0.8);
-    EXPECT_DOUBLE_EQ(m.valueAt(*m.find(kBaselineStart), 0)[1], 0.25);
-    EXPECT_DOUBLE_EQ(m.valueAt(*m.find(kHeightSlant), 0)[1], 0.0);
+    // Degrees become radians, keys are interpolated, a constant drops the keys before it, and
+    // Motion, whose y points up, has every point flipped, the untouched defaults too.
+    for (unsigned family : {0u, 1u}) {
+        EffectSession session(family);
+        std::vector<Setting> settings;
+        for (char const* set : {"Bend Angle=90", "Zoom@0=1", "Zoom@10=3", "Softness@0=50",
+                                "Softness=7", "Baseline End=0.6,0.2"})
+            settings.push_back(parseSetArgument(session.params(), set));
+        session.apply(settings);
+        ParameterStore& store = session.host().params();
+        auto at = [&](int id, double frame) { return store.valueAt(*store.find(id), frame); };
+        EXPECT_EQ(std::tuple(at(kBendAngle, 0)[0], at(kZoom, 2.5)[0], at(kSoftness, 0)[0]),
+                  std::tuple(3.141592653589793 / 2, 1.5, 7.0));
+        EXPECT_EQ(
+            std::tuple(at(kBaselineEnd, 0)[1], at(kBaselineStart, 0)[1], at(kHeightSlant, 0)[1]),
+            family ? std::tuple(0.8, 0.25, 0.0) : std::tuple(0.2, 0.75, 1.0));
+    }
 }
 
 } // namespace
