@@ -7,29 +7,31 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <memory>
 
 namespace {
 
-// Sum of the red differences between horizontal neighbours in rows y0 to y1: the detail.
-long detail(MemoryImage& m, int y0, int y1) {
+// Mean red difference between horizontal neighbours in rows y0 to y1: the detail.
+double detail(MemoryImage& m, int y0, int y1) {
     long d = 0;
     for (int y = y0; y <= y1; ++y)
         for (int x = 9; x < std::min(55, m.info.width); ++x)
             d += std::abs(m.pixel<unsigned char>(x, y)[0] - m.pixel<unsigned char>(x - 1, y)[0]);
-    return d;
+    return double(d) / (y1 - y0 + 1);
 }
 
 TEST(PlainSoftness, SimpleBlursTheFirstSampleOnlyAndTurnsTheModeToMinusOne) {
     MemoryImage sample(RF_ARGB8, 40, 30);
     MemoryHost host(&sample, &sample);
     TX_Line2D baseline(0, 29, 39, 29, false);
+    // The detail left, as a part of the detail before.
     auto blur = [&](double softness, int& mode, double scale = 1.0) {
         sample.fillBytes(4);
-        long const before = detail(sample, 0, 29);
+        double const before = detail(sample, 0, 29);
         plainSoftness(&host, baseline, 40, 30, 30, scale, softness, 1.0, 0, 100, 0, mode,
                       sample.info);
-        return double(detail(sample, 0, 29)) / before;
+        return detail(sample, 0, 29) / before;
     };
     int mode = 0, progressive = 2;
     EXPECT_EQ(blur(0.0, mode), 1.0);      // no softness: no blur, the mode stays
@@ -43,8 +45,7 @@ TEST(PlainSoftness, SimpleBlursTheFirstSampleOnlyAndTurnsTheModeToMinusOne) {
 
 // A reflection alone in a 64 x 96 frame, far edge near row 10, baseline at row 85.5, of an
 // opaque source: grey, or vertical stripes 4 pixels wide.
-using Image = std::unique_ptr<MemoryImage>;
-Image reflection(bool stripes, std::initializer_list<std::pair<ParamId, double>> set) {
+std::unique_ptr<MemoryImage> reflection(bool stripes, std::map<ParamId, double> set) {
     MemoryImage input(RF_RGBA8, 64, 96);
     auto output = std::make_unique<MemoryImage>(RF_RGBA8, 64, 96);
     for (int i = 0; i < 64 * 96; ++i) {
@@ -53,23 +54,23 @@ Image reflection(bool stripes, std::initializer_list<std::pair<ParamId, double>>
         p[3] = 255;
     }
     MemoryHost host(&input, output.get());
-    host.params.setConstant(kTransferMode, {0});
-    host.params.setConstant(kLight, {0});
     host.params.setConstant(kBaselineStart, {0.0, 0.9, 0});
     host.params.setConstant(kBaselineEnd, {1.0, 0.9, 0});
     host.params.setConstant(kHeightSlant, {0.5, 0.7, 0});
+    set.insert({{kTransferMode, 0}, {kLight, 0}});
     for (auto [id, v] : set) host.params.setConstant(id, {v});
     EXPECT_EQ(Render(&host), 0);
     return output;
 }
 
 TEST(FlatSoftness, ReflectionSoftensWithDistanceUnderEachTypeAndSimpleIsUniform) {
-    Image sharp = reflection(true, {{kFadeStart, 100}}); // no fade
+    auto sharp = reflection(true, {{kFadeStart, 100}}); // no fade
+    // The detail left near the baseline and far from it.
     auto nearAndFar = [&](int type, double softness) {
-        Image r =
+        auto r =
             reflection(true, {{kFadeStart, 100}, {kSoftnessType, type}, {kSoftness, softness}});
-        return std::pair(double(detail(*r, 70, 82)) / detail(*sharp, 70, 82),
-                         double(detail(*r, 26, 44)) / detail(*sharp, 26, 44));
+        return std::pair(detail(*r, 70, 82) / detail(*sharp, 70, 82),
+                         detail(*r, 26, 44) / detail(*sharp, 26, 44));
     };
     auto [simpleNear, simpleFar] = nearAndFar(0, 3);
     EXPECT_LT(simpleNear, 0.6);
@@ -85,10 +86,10 @@ TEST(FlatSoftness, ReflectionSoftensWithDistanceUnderEachTypeAndSimpleIsUniform)
 }
 
 TEST(FlatSoftness, FadeByStartLengthAndType) {
-    auto alpha = [](Image& m, int y) { return m->pixel<unsigned char>(32, y)[3]; };
-    Image linear = reflection(false, {}), square = reflection(false, {{kFadeType, 1}});
-    Image root = reflection(false, {{kFadeType, 2}});
-    Image late = reflection(false, {{kFadeStart, 30}, {kFadeLength, 40}});
+    auto linear = reflection(false, {}), square = reflection(false, {{kFadeType, 1}});
+    auto root = reflection(false, {{kFadeType, 2}});
+    auto late = reflection(false, {{kFadeStart, 30}, {kFadeLength, 40}});
+    auto alpha = [](auto& m, int y) { return m->template pixel<unsigned char>(32, y)[3]; };
     EXPECT_NEAR(alpha(linear, 48), (alpha(linear, 20) + alpha(linear, 76)) / 2.0, 4);
     EXPECT_NEAR(alpha(linear, 84), 255, 6);
     for (int y = 20; y <= 84; y += 8) {
