@@ -134,7 +134,7 @@ TEST(FxPlugParameterAccess, AnglesConvertBothWaysAndTheTimeBaseIsOneHundredTicks
     EXPECT_DOUBLE_EQ(args.zoom, 2.5);
 }
 
-TEST(FxPlugHostIdentity, VersionBitsAndApplicationCodes) {
+TEST(FxPlugHostIdentity, VersionBitsApplicationCodesAndProcessNames) {
     InProcessHost host(InProcessFamily::Motion, 0xFA5FFFFFu);
     ASSERT_TRUE(host.load(MirrelBundle()));
     EXPECT_EQ(g_hostIndex, kHostMotion);
@@ -147,33 +147,28 @@ TEST(FxPlugHostIdentity, VersionBitsAndApplicationCodes) {
     face.getHostVersionNum(first, second);
     EXPECT_EQ(std::pair(first, second), std::pair(5, 10)) << "minor first";
 
+    // A host of unknown family is told by the process name, or assumed Final Cut Pro aloud.
     long const fcpr = 0x46435052, motn = 0x4D4F544E;
-    unsigned index = 0; // the families in the order of their index
-    for (auto family : {InProcessFamily::FinalCutPro, InProcessFamily::Motion,
-                        InProcessFamily::FinalCutExpress}) {
-        InProcessHost h(family);
-        ASSERT_TRUE(h.load(MirrelBundle()));
-        EXPECT_EQ(g_hostIndex, index);
-        EXPECT_EQ(face.isApplication(fcpr), index == 0);
-        EXPECT_EQ(face.isApplication(motn), index == 1);
-        EXPECT_EQ(face.hasCamera(), index++ == 1);
-    }
-}
-
-TEST(FxPlugHostIdentity, UnknownHostIsToldByProcessNameOrAssumedFinalCutPro) {
-    for (auto [process, index, told] : {std::tuple{"Apple Motion 3", 1u, true},
-                                        {"Final Cut Express HD", 2u, true},
-                                        {"Final Cut Pro", 0u, true},
-                                        {"mirrel-render", 0u, false}}) {
+    auto const unknown = InProcessFamily::Unknown;
+    for (auto [family, process, index] : {std::tuple{InProcessFamily::FinalCutPro, "", 0u},
+                                          {InProcessFamily::Motion, "", 1u},
+                                          {InProcessFamily::FinalCutExpress, "", 2u},
+                                          {unknown, "Apple Motion 3", 1u},
+                                          {unknown, "Final Cut Express HD", 2u},
+                                          {unknown, "Final Cut Pro", 0u},
+                                          {unknown, "mirrel-render", 0u}}) {
         SetCurrentProcessName(process);
-        InProcessHost host(InProcessFamily::Unknown);
+        InProcessHost h(family);
         testing::internal::CaptureStderr();
-        ASSERT_TRUE(host.load(MirrelBundle()));
+        ASSERT_TRUE(h.load(MirrelBundle()));
         std::string err = testing::internal::GetCapturedStderr();
         EXPECT_EQ(g_hostIndex, index) << process;
-        EXPECT_EQ(err, told ? ""
-                            : "Host Error: Unable to figure out your host.  Assuming Final "
-                              "Cut Pro.\n");
+        EXPECT_EQ(std::tuple(face.isApplication(fcpr), face.isApplication(motn), face.hasCamera()),
+                  std::tuple(index == 0, index == 1, index == 1));
+        EXPECT_EQ(err,
+                  process == std::string("mirrel-render")
+                      ? "Host Error: Unable to figure out your host.  Assuming Final Cut Pro.\n"
+                      : "");
     }
     SetCurrentProcessName("");
 }

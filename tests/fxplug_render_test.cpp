@@ -96,34 +96,32 @@ void rotatePixels(HostPicture& p, bool alphaFirst) {
 }
 
 TEST(FxPlugRender, MotionAndFinalCutProGiveTheSamePixels) {
-    struct Case {
-        unsigned depth, format;
-        bool bottomUp;
-    };
-    for (Case c : {Case{8, kFxPixelFormat_RGBA, false}, Case{8, kFxPixelFormat_ARGB, true},
-                   Case{16, kFxPixelFormat_ARGB, false}, Case{32, kFxPixelFormat_RGBA, true}}) {
-        SCOPED_TRACE(testing::Message() << c.depth << " bits, format " << c.format);
+    for (auto [depth, format, bottomUp] : {std::tuple{8u, kFxPixelFormat_RGBA, false},
+                                           {8u, kFxPixelFormat_ARGB, true},
+                                           {16u, kFxPixelFormat_ARGB, false},
+                                           {32u, kFxPixelFormat_RGBA, true}}) {
+        SCOPED_TRACE(testing::Message() << depth << " bits, format " << format);
         int const w = 20, h = 12;
         std::vector<unsigned char> results[2], source;
         int i = 0;
         for (auto family : {InProcessFamily::FinalCutPro, InProcessFamily::Motion}) {
-            HostPicture input(w, h, c.depth, c.format, c.bottomUp);
+            HostPicture input(w, h, depth, format, bottomUp);
             for (int y = 0; y < h; ++y) { // any picture will do, as long as it is the same one
                 for (std::size_t k = 0; k < input.rowLength(); ++k)
                     input.row(y)[k] = (unsigned char)(k * 5 + y * 17);
-                if (c.depth == 32) // keep floats finite and in range
+                if (depth == 32) // keep floats finite and in range
                     for (int k = 0; k < w * 4; ++k)
                         reinterpret_cast<float*>(input.row(y))[k] =
                             float((k * 5 + y * 17) % 97) / 96.0f;
             }
             source = input.bytes();
             // Motion keeps alpha first under the R G B A label too.
-            bool rotate = family == InProcessFamily::Motion && c.format == kFxPixelFormat_RGBA;
+            bool rotate = family == InProcessFamily::Motion && format == kFxPixelFormat_RGBA;
             if (rotate) rotatePixels(input, true);
             InProcessHost host(family);
             ASSERT_TRUE(host.load(MirrelBundle()));
             placeFloor(host);
-            HostPicture output(w, h, c.depth, c.format, c.bottomUp);
+            HostPicture output(w, h, depth, format, bottomUp);
             ASSERT_TRUE(host.render(input.image, output.image, {.frame = 0}));
             if (rotate) rotatePixels(output, false);
             results[i++] = output.bytes();
