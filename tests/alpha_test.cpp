@@ -3,88 +3,93 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 namespace {
 
-template <class P, PluginRasterFormat F> struct Served {
-    using Pixel = P;
-    static constexpr PluginRasterFormat format = F;
-};
+using Argb = std::array<double, 4>; // in the format's own scale
+enum Op { kPremult, kUnPremult, kMultiplyAlpha, kCrossFadeToFull };
 
-// A raster of 3 x 2 pixels of a format, all set alike, channels given as (a, r, g, b).
-template <class T> struct Pixels {
-    using P = typename T::Pixel;
+// Every pixel of two 3 x 2 rasters of a format, with rows of both signs, set to v; op on the
+// first, or a cross-fade into it from the second set to full scale. The result as (a, r, g, b).
+template <class P> Argb after(PluginRasterFormat format, Op op, float amount, Argb v) {
     using C = typename P::C;
-    MemoryImage image;
-    MemoryHost host{&image, &image};
-    MemoryRaster raster;
-    explicit Pixels(MemoryImage::Rows rows) : image(T::format, 3, 2, rows), raster(image.info, 0) {}
-    PluginRaster_API* set(double a, double r, double g, double b) {
-        for (int i = 0; i < 6; ++i) {
-            C* px = image.pixel<C>(i % 3, i / 3);
-            px[P::ALPHA] = C(a), px[P::RED] = C(r), px[P::GREEN] = C(g), px[P::BLUE] = C(b);
-        }
-        return &raster;
+    MemoryImage image(format, 3, 2, MemoryImage::Rows::BottomUp), full(format, 3, 2);
+    MemoryHost host(&image, &image);
+    MemoryRaster raster(image.info, false);
+    for (int i = 0; i < 6; ++i) {
+        C* px = image.pixel<C>(i % 3, i / 3);
+        px[P::ALPHA] = C(v[0]), px[P::RED] = C(v[1]), px[P::GREEN] = C(v[2]), px[P::BLUE] = C(v[3]);
+        std::fill_n(full.pixel<C>(i % 3, i / 3), 4, C(P::MAX_VALUE()));
     }
-    double ch(int i) { return image.pixel<C>(2, 1)[i]; }
-};
-
-template <class T> class AlphaOps : public ::testing::Test {};
-using EffectFormats =
-    ::testing::Types<Served<PIXEL_ARGB8, RF_ARGB8>, Served<PIXEL_RGBA8, RF_RGBA8>,
-                     Served<PIXEL_ARGB16, RF_ARGB16>, Served<PIXEL_RGBA16, RF_RGBA16>,
-                     Served<PIXEL_ARGB32, RF_ARGB32>, Served<PIXEL_RGBA32, RF_RGBA32>>;
-TYPED_TEST_SUITE(AlphaOps, EffectFormats);
-
-TYPED_TEST(AlphaOps, PremultAndUnPremultInEachDepth) {
-    using P = typename TypeParam::Pixel;
-    Pixels<TypeParam> px(MemoryImage::Rows::BottomUp);
-    auto* host = &px.host;
-    if constexpr (P::is8Bit()) {
-        Premult(PIXEL_VALUES(P), host, px.set(128, 255, 128, 0));
-        EXPECT_EQ(px.ch(P::RED), 128);
-        EXPECT_EQ(px.ch(P::GREEN), 64);
-        Premult(PIXEL_VALUES(P), host, px.set(255, 255, 200, 129));
-        EXPECT_EQ(px.ch(P::RED), 254); // the biased multiply loses one step at the top
-        EXPECT_EQ(px.ch(P::BLUE), 128);
-        UnPremult(PIXEL_VALUES(P), host, px.set(1, 2, 1, 0));
-        EXPECT_EQ(px.ch(P::RED), 255); // 510 clamped
-        EXPECT_EQ(px.ch(P::GREEN), 255);
-    } else if constexpr (P::is32Bit()) {
-        Premult(PIXEL_VALUES(P), host, px.set(0.5, 0.8, 0.25, 0));
-        EXPECT_FLOAT_EQ(px.ch(P::RED), 0.4f);
-        UnPremult(PIXEL_VALUES(P), host, px.set(0.5, 0.8, 0.25, 0));
-        EXPECT_FLOAT_EQ(px.ch(P::RED), 1.6f); // float is never clamped
-    } else {
-        Premult(PIXEL_VALUES(P), host, px.set(32768, 65535, 1000, 0));
-        EXPECT_EQ(px.ch(P::RED), 32768);
-        EXPECT_EQ(px.ch(P::GREEN), 500); // 500.0076 truncated at the store
-        UnPremult(PIXEL_VALUES(P), host, px.set(100, 200, 50, 0));
-        EXPECT_EQ(px.ch(P::RED), 65535); // clamped
-        EXPECT_EQ(px.ch(P::GREEN), 32767);
-    }
-    double const full = P::MAX_VALUE();
-    UnPremult(PIXEL_VALUES(P), host, px.set(0, full / 2, full / 4, 0)); // alpha 0 keeps colour
-    EXPECT_EQ(px.ch(P::RED), typename P::C(full / 2));
+    if (op == kPremult) Premult(PIXEL_VALUES(P), &host, &raster);
+    if (op == kUnPremult) UnPremult(PIXEL_VALUES(P), &host, &raster);
+    if (op == kMultiplyAlpha) MultiplyAlpha(PIXEL_VALUES(P), &host, amount, &raster);
+    if (op == kCrossFadeToFull)
+        BlendAlphaImagesPreMult(PIXEL_VALUES(P), &host, amount, &full.info, &image.info);
+    C const* px = image.pixel<C>(2, 1);
+    return {double(px[P::ALPHA]), double(px[P::RED]), double(px[P::GREEN]), double(px[P::BLUE])};
 }
 
-TYPED_TEST(AlphaOps, MultiplyAlphaAndCrossFade) {
-    using P = typename TypeParam::Pixel;
-    Pixels<TypeParam> src(MemoryImage::Rows::BottomUp), dst(MemoryImage::Rows::Padded);
-    double const full = P::MAX_VALUE();
-    MultiplyAlpha(PIXEL_VALUES(P), &src.host, 1.0f, src.set(full, full, 0, 0));
-    EXPECT_EQ(src.ch(P::ALPHA), P::is8Bit() ? 254 : full);
-    MultiplyAlpha(PIXEL_VALUES(P), &src.host, 0.0f, &src.raster);
-    EXPECT_EQ(src.ch(P::ALPHA), 0);
-    EXPECT_EQ(src.ch(P::RED), typename P::C(full)); // colour untouched
+// A depth in both channel orders.
+using After = Argb (*)(PluginRasterFormat, Op, float, Argb);
+std::array<std::pair<PluginRasterFormat, After>, 2> bothOrders(int depth) {
+    if (depth == 8) return {{{RF_ARGB8, &after<PIXEL_ARGB8>}, {RF_RGBA8, &after<PIXEL_RGBA8>}}};
+    if (depth == 16)
+        return {{{RF_ARGB16, &after<PIXEL_ARGB16>}, {RF_RGBA16, &after<PIXEL_RGBA16>}}};
+    return {{{RF_ARGB32, &after<PIXEL_ARGB32>}, {RF_RGBA32, &after<PIXEL_RGBA32>}}};
+}
 
-    // The ends of a cross-fade are no work and a copy.
-    src.set(full, full, full, full), dst.set(0, 0, 0, 0);
-    double const half = P::is32Bit() ? 0.5 : (P::is8Bit() ? 128 : 32768);
-    for (float mix : {0.0f, 0.5f, 1.0f}) {
-        BlendAlphaImagesPreMult(PIXEL_VALUES(P), &dst.host, mix, &src.image.info, &dst.image.info);
-        EXPECT_EQ(dst.ch(P::RED), mix == 0 ? 0 : mix == 1 ? full : half);
+TEST(Alpha, OperationsInEachFormat) {
+    struct Case {
+        int depth;
+        Op op;
+        float amount;
+        Argb in, want;
+    } const cases[] = {
+        {8, kPremult, 0, {128, 255, 128, 0}, {128, 128, 64, 0}},
+        {8, kPremult, 0, {255, 255, 200, 129}, {255, 254, 199, 128}},       // biased: a step lost
+        {8, kUnPremult, 0, {1, 2, 1, 0}, {1, 255, 255, 0}},                 // 510 clamped
+        {16, kPremult, 0, {32768, 65535, 1000, 0}, {32768, 32768, 500, 0}}, // 500.0076 truncated
+        {16, kUnPremult, 0, {100, 200, 50, 0}, {100, 65535, 32767, 0}},     // clamped
+        {32, kPremult, 0, {0.5, 0.8f, 0.25, 0}, {0.5, 0.4f, 0.125, 0}},
+        {32, kUnPremult, 0, {0.5, 0.8f, 0.25, 0}, {0.5, 1.6f, 0.5, 0}}, // float is never clamped
+        // Alpha 0 keeps its colour.
+        {8, kUnPremult, 0, {0, 127, 63, 0}, {0, 127, 63, 0}},
+        {16, kUnPremult, 0, {0, 32767, 16383, 0}, {0, 32767, 16383, 0}},
+        {32, kUnPremult, 0, {0, 0.5, 0.25, 0}, {0, 0.5, 0.25, 0}},
+        // Alpha alone is scaled; by 1 the biased 8-bit multiply loses a step.
+        {8, kMultiplyAlpha, 1, {255, 255, 0, 0}, {254, 255, 0, 0}},
+        {16, kMultiplyAlpha, 1, {65535, 65535, 0, 0}, {65535, 65535, 0, 0}},
+        {32, kMultiplyAlpha, 1, {1, 1, 0, 0}, {1, 1, 0, 0}},
+        {8, kMultiplyAlpha, 0, {255, 255, 0, 0}, {0, 255, 0, 0}},
+        {32, kMultiplyAlpha, 0, {1, 1, 0, 0}, {0, 1, 0, 0}},
+        // The ends of a cross-fade are no work and a copy; between them, rounded in the integers.
+        {8, kCrossFadeToFull, 0, {0, 0, 0, 0}, {0, 0, 0, 0}},
+        {8, kCrossFadeToFull, 0.5, {0, 0, 0, 0}, {128, 128, 128, 128}},
+        {16, kCrossFadeToFull, 0.5, {0, 0, 0, 0}, {32768, 32768, 32768, 32768}},
+        {32, kCrossFadeToFull, 0.5, {0, 0, 0, 0}, {0.5, 0.5, 0.5, 0.5}},
+        {16, kCrossFadeToFull, 1, {0, 0, 0, 0}, {65535, 65535, 65535, 65535}},
+        {32, kCrossFadeToFull, 1, {0, 0, 0, 0}, {1, 1, 1, 1}},
+    };
+    for (auto const& c : cases) {
+        for (auto [format, fn] : bothOrders(c.depth))
+            EXPECT_EQ(fn(format, c.op, c.amount, c.in), c.want)
+                << "format " << format << " op " << c.op << " amount " << c.amount;
     }
-    EXPECT_EQ(dst.image.bytes(), src.image.bytes());
+}
+
+TEST(PixelTraits, EightBitsAreBiasedOthersKeepTheirRangeAndZeroDivides) {
+    EXPECT_EQ(PIXEL_RGBA8::multiply(1, 1), 0);
+    EXPECT_EQ(PIXEL_ARGB8::fromFloat(0.999f), 254);
+    EXPECT_EQ(PIXEL_ARGB8::divide(100, 200), 127);
+    EXPECT_EQ(PIXEL_ARGB8::clamp_overflow(256), 255);
+    EXPECT_EQ(PIXEL_ARGB8::clamp_overflow(-7), -7); // one side only
+    EXPECT_EQ(PIXEL_ARGB8::clamp_underflow(300), 300);
+    EXPECT_FLOAT_EQ(PIXEL_ARGB16::fromFloat(0.5f), 32767.5f); // not truncated
+    EXPECT_EQ(PIXEL_ARGB8::divide(200, 0), 0);
+    EXPECT_EQ(PIXEL_RGBA16::divide(200.0f, 0.0f), 0.0f);
+    EXPECT_EQ(PIXEL_RGBA32::divide(0.5f, 0.0f), 0.0f);
 }
 
 } // namespace

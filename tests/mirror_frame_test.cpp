@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cmath>
+#include <optional>
 #include <stdexcept>
 #include <type_traits>
 
@@ -21,7 +22,7 @@ struct Setting {
 using Settings = std::vector<Setting>;
 
 // Channels r, g, b, a of a pixel scaled to 0..1, whatever the format; writes v first if given.
-Rgba pixel(MemoryImage& im, int x, int y, Rgba const* v = nullptr) {
+Rgba pixel(MemoryImage& im, int x, int y, std::optional<Rgba> v = {}) {
     auto const f = im.info.format;
     bool const argb = f == RF_ARGB8 || f == RF_ARGB16 || f == RF_ARGB32;
     int const bytes = im.info.pixelBytes;
@@ -68,11 +69,7 @@ struct Frame {
     explicit Frame(Settings const& set = {}, PluginRasterFormat format = RF_RGBA8, double at = 0)
         : input(format, kW, kH, MemoryImage::Rows::Padded),
           output(format, kW, kH, MemoryImage::Rows::BottomUp), host(&input, &output) {
-        for (int y = 0; y < kH; ++y)
-            for (int x = 0; x < kW; ++x) {
-                Rgba const s = sourceAt(x, y);
-                pixel(input, x, y, &s);
-            }
+        for (int i = 0; i < kW * kH; ++i) pixel(input, i % kW, i / kW, sourceAt(i % kW, i / kW));
         output.fillBytes(7);
         host.frame = at;
         for (auto const& s : set)
@@ -144,11 +141,9 @@ TEST(MirrorFrame, MotionBlurSampleTimes) {
         {0, 180, 0, 8, {}},
     };
     for (auto const& c : cases) {
-        Frame f({{kMotionBlur, {c.blur}},
-                 {kShutterAngle, {c.angle}},
-                 {kShutterPhase, {c.phase}},
-                 {kSamples, {c.samples}}},
-                RF_RGBA8, 10);
+        Settings s{{kMotionBlur, {c.blur}}, {kShutterAngle, {c.angle}}};
+        s.insert(s.end(), {{kShutterPhase, {c.phase}}, {kSamples, {c.samples}}});
+        Frame f(s, RF_RGBA8, 10);
         ASSERT_EQ(f.host.readFrames.size(), 15 * c.frames.size()) << c.samples;
         for (std::size_t i = 0; i < f.host.readFrames.size(); ++i)
             EXPECT_NEAR(f.host.readFrames[i], c.frames[i / 15], 1e-9) << c.samples << " " << i;
@@ -156,11 +151,10 @@ TEST(MirrorFrame, MotionBlurSampleTimes) {
 }
 
 TEST(MirrorFrame, MotionBlurAveragesTheSamplesButNotTheZoom) {
-    Settings moving{{kTransferMode, {0}},
-                    {kBaselineStart, {0.25, 0.7, 0}, 10},
-                    {kBaselineStart, {0.25, 0.8, 0}, 11},
-                    {kBaselineEnd, {0.75, 0.7, 0}, 10},
-                    {kBaselineEnd, {0.75, 0.8, 0}, 11}};
+    Settings moving{{kTransferMode, {0}}}; // the baseline drops a tenth of the frame a frame
+    for (double t : {10, 11})
+        for (double x : {0.25, 0.75})
+            moving.push_back({x < 0.5 ? kBaselineStart : kBaselineEnd, {x, t / 10 - 0.3, 0}, t});
     Frame at0(moving, RF_RGBA32, 10), at1(moving, RF_RGBA32, 10.5);
     moving.insert(moving.end(), {{kMotionBlur, {1}}, {kShutterAngle, {360.0}}, {kSamples, {2.0}}});
     Frame blurred(moving, RF_RGBA32, 10);
@@ -184,15 +178,11 @@ TEST(MirrorFrame, MotionBlurAveragesTheSamplesButNotTheZoom) {
 // inside the frame: near edge at row 46.06, far edge at row 27.26, bend line at row 36.66. No
 // fade and no seam: the passes alone.
 Settings shortMirror(bool bend, double angle) {
-    return {{kTransferMode, {0}},
-            {kLight, {0}},
-            {kBaselineStart, {0.25, 0.98, 0}},
-            {kBaselineEnd, {0.75, 0.98, 0}},
-            {kHeightSlant, {0.5, 0.88, 0}},
-            {kBend, {bend ? 1.0 : 0.0}},
-            {kBendAngle, {angle / 57.29577951308232}},
-            {kFadeStart, {100.0}},
-            {kSeamSize, {0}}};
+    Settings s{{kTransferMode, {0}}, {kLight, {0}}, {kFadeStart, {100.0}}, {kSeamSize, {0}}};
+    s.insert(s.end(), {{kBaselineStart, {0.25, 0.98, 0}}, {kBaselineEnd, {0.75, 0.98, 0}}});
+    s.insert(s.end(), {{kHeightSlant, {0.5, 0.88, 0}}, {kBend, {bend ? 1.0 : 0.0}}});
+    s.push_back({kBendAngle, {angle / 57.29577951308232}});
+    return s;
 }
 
 TEST(MirrorFrame, BendKeepsTheNearPartAndTurnsTheFarPart) {

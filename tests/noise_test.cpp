@@ -72,14 +72,4 @@ TEST_P(NoisePaths, MonochromeGrainSwingsHalfTheScaleAtFullAmountAndSoftens) {
     EXPECT_EQ(Grain(GetParam(), 100, 0.000005, 5, 1).roughness(), sharp); // under tolerance
 }
 
-TEST(Noise, FadeNoiseZeroLeavesTheFrameAndTheGeneratorAlone) {
-    std::srand(42);
-    int const first = std::rand();
-    std::srand(42);
-    Grain g(true, 0, 5, 3, 2, 9);
-    EXPECT_EQ(std::rand(), first);
-    EXPECT_EQ(g.output.bytes(), Grain(true, 0, 0, 0, 0, 9).output.bytes());
-    EXPECT_EQ(g.host.allocRasterCalls + g.host.allocMemoryCalls, 0);
-}
-
 } // namespace

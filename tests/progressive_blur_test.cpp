@@ -92,10 +92,8 @@ TEST(ProgressiveBlur, ProgressiveModesUseTheComputedRadius) {
 }
 
 TEST(ProgressiveBlur, PyramidLevelsAndTheirSampling) {
-    EXPECT_EQ(blur_detail::mipLevelCount(1920, 1080), 10);
-    EXPECT_EQ(blur_detail::mipLevelCount(513, 1), 10);
-    EXPECT_EQ(blur_detail::mipLevelCount(200, 200), 9);
-    EXPECT_EQ(blur_detail::mipLevelCount(3, 3), 2);
+    for (auto [w, h, levels] : {std::tuple{1920, 1080, 10}, {513, 1, 10}, {200, 200, 9}, {3, 3, 2}})
+        EXPECT_EQ(blur_detail::mipLevelCount(w, h), levels) << w << " x " << h;
 
     // A level of shift 1 is read half a pixel in: x 0 and 1 sit on the first texel, 2 between.
     unsigned char texels[2] = {0, 100}, got[4];

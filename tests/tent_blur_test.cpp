@@ -110,28 +110,21 @@ TEST(Gauss1, SmoothsWithClampedBorders) {
     EXPECT_EQ(host.liveBlocks, 0);
 }
 
-struct Picture {
-    MemoryImage img, out;
-    MemoryHost host;
-    Picture(PluginRasterFormat f, int w, int h, unsigned seed, Rows rows = Rows::TopDown)
-        : img(f, w, h, rows), out(f, w, h, rows), host(&img, &out) {
-        img.fillBytes(seed);
-    }
-};
-
 TEST(BlurFilter, FractionalRadiusBlendsTheTwoIntegerBlurs) {
     // A seeded picture through the integer blur itself, or through the filter that blends.
     auto blur = [](double radius, double aspect, bool integer) {
-        Picture p(RF_RGBA8, 23, 17, 9, Rows::Padded);
+        MemoryImage img(RF_RGBA8, 23, 17, Rows::Padded);
+        MemoryHost host(&img, &img);
+        img.fillBytes(9);
         if (integer)
-            Internal_BlurFilter_RGBA(PIXEL_VALUES(PIXEL_RGBA8), &p.host, p.img.info, radius, aspect,
+            Internal_BlurFilter_RGBA(PIXEL_VALUES(PIXEL_RGBA8), &host, img.info, radius, aspect,
                                      false, 0, false);
         else
-            EXPECT_EQ(BlurFilter_RGBA(PIXEL_VALUES(PIXEL_RGBA8), &p.host, p.img.info, radius,
-                                      aspect, false, 0, false),
+            EXPECT_EQ(BlurFilter_RGBA(PIXEL_VALUES(PIXEL_RGBA8), &host, img.info, radius, aspect,
+                                      false, 0, false),
                       0);
-        EXPECT_EQ(p.host.liveBlocks, 0);
-        return p.img.bytes();
+        EXPECT_EQ(host.liveBlocks, 0);
+        return img.bytes();
     };
     // 2.5 with aspect 2 mixes the blurs (2, 4) and (3, 6) half and half, rounded.
     auto const got = blur(2.5, 2, false), lo = blur(2, 2, true), hi = blur(3, 2, true);
@@ -146,18 +139,20 @@ TEST(BlurFilter, FractionalRadiusBlendsTheTwoIntegerBlurs) {
 // Columns: the radius runs from radiusStart at x = 0 to radiusEnd at the last column, and each
 // column is blurred along itself only.
 TEST(BlurFilter, InterpolatedBlurRunsTheRadiusAcrossTheLines) {
-    Picture p(RF_BGRA32, 5, 30, 8);
-    for (int y = 0; y < 30; ++y)
-        for (int x = 0; x < 5; ++x)
-            for (int c = 0; c < 4; ++c) p.img.pixel<float>(x, y)[c] = float((y * y + c) % 9);
+    MemoryImage img(RF_BGRA32, 5, 30);
+    MemoryHost host(&img, &img);
     std::vector<float> columns[5];
-    for (int x = 0; x < 5; ++x) columns[x] = pixels<float>(p.img, x, -1);
-    ASSERT_EQ(InterpBlurFilter_RGBA(PIXEL_VALUES(PIXEL_BGRA32), &p.host, p.img.info, 0.0, 8.0,
-                                    false, true),
-              0);
+    for (int x = 0; x < 5; ++x) {
+        for (int i = 0; i < 4 * 30; ++i)
+            img.pixel<float>(x, i / 4)[i % 4] = float((i / 4 * (i / 4) + i % 4) % 9);
+        columns[x] = pixels<float>(img, x, -1);
+    }
+    ASSERT_EQ(
+        InterpBlurFilter_RGBA(PIXEL_VALUES(PIXEL_BGRA32), &host, img.info, 0.0, 8.0, false, true),
+        0);
     for (int x = 0; x < 5; ++x) // whole radii 0, 2, 4, 6, 8
-        EXPECT_EQ(pixels<float>(p.img, x, -1), lineTent<PIXEL_BGRA32>(columns[x], 2 * x)) << x;
-    EXPECT_EQ(p.host.liveBlocks, 0);
+        EXPECT_EQ(pixels<float>(img, x, -1), lineTent<PIXEL_BGRA32>(columns[x], 2 * x)) << x;
+    EXPECT_EQ(host.liveBlocks, 0);
 }
 
 } // namespace

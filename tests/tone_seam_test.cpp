@@ -9,23 +9,24 @@
 
 namespace {
 
-TEST(Tone, TableEntriesInEachDepth) {
+// Entry i of the tone table of a format.
+template <class P> float entry(double gamma, double brightness, int i) {
     float t[257];
-    ASSERT_TRUE(makeToneTable(PIXEL_VALUES(PIXEL_ARGB8), 1.0, 1.5, t));
-    EXPECT_EQ(t[3], 4.0f); // 4.5 truncated, not rounded
-    ASSERT_TRUE(makeToneTable(PIXEL_VALUES(PIXEL_ARGB8), 1.0, 2.0, t));
-    EXPECT_EQ(t[100], 200.0f);
-    EXPECT_EQ(t[256], 255.0f);
-    ASSERT_TRUE(makeToneTable(PIXEL_VALUES(PIXEL_ARGB8), 2.0, 2.0, t));
-    EXPECT_EQ(t[64], 64.0f); // gamma after brightness: (64 * 2 / 255)^2 * 255, not 32
+    EXPECT_TRUE(makeToneTable(PIXEL_VALUES(P), gamma, brightness, t));
+    return t[i];
+}
+
+TEST(Tone, TableEntriesInEachDepth) {
+    EXPECT_EQ(entry<PIXEL_ARGB8>(1.0, 1.5, 3), 4.0f); // 4.5 truncated, not rounded
+    EXPECT_EQ(entry<PIXEL_ARGB8>(1.0, 2.0, 100), 200.0f);
+    EXPECT_EQ(entry<PIXEL_ARGB8>(1.0, 2.0, 256), 255.0f);
+    EXPECT_EQ(entry<PIXEL_ARGB8>(2.0, 2.0, 64), 64.0f); // gamma after brightness, not 32
+    float t[257];
     EXPECT_FALSE(makeToneTable(PIXEL_VALUES(PIXEL_ARGB8), 1.0, 1.0000001, t));
-    ASSERT_TRUE(makeToneTable(PIXEL_VALUES(PIXEL_RGBA16), 1.0, 1.5, t));
-    EXPECT_EQ(t[101], 38935.0f); // 101 * 1.5 * 257 = 38935.5
-    ASSERT_TRUE(makeToneTable(PIXEL_VALUES(PIXEL_ARGB32), 1.0, 2.0, t));
-    EXPECT_NEAR(t[3], 6.0 / 255.0, 1e-6); // neither truncated nor clamped
-    EXPECT_NEAR(t[255], 2.0, 1e-5);
-    ASSERT_TRUE(makeToneTable(PIXEL_VALUES(PIXEL_ARGB32), 2.2, 1.0, t));
-    EXPECT_NEAR(t[128], std::pow(128 / 255.0, 2.2), 1e-6);
+    EXPECT_EQ(entry<PIXEL_RGBA16>(1.0, 1.5, 101), 38935.0f);          // 101 * 1.5 * 257 = 38935.5
+    EXPECT_NEAR(entry<PIXEL_ARGB32>(1.0, 2.0, 3), 6.0 / 255.0, 1e-6); // neither truncated
+    EXPECT_NEAR(entry<PIXEL_ARGB32>(1.0, 2.0, 255), 2.0, 1e-5);       // nor clamped
+    EXPECT_NEAR(entry<PIXEL_ARGB32>(2.2, 1.0, 128), std::pow(128 / 255.0, 2.2), 1e-6);
 }
 
 TEST(Tone, AppliesToColourOnlyInEachDepth) {

@@ -4,13 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 
 namespace {
 
 // One pixel as straight r, g, b, a in the format's own scale.
-struct Px {
-    double r, g, b, a;
-};
+using Px = std::array<double, 4>;
 constexpr double kAny = -1; // a channel an expectation leaves open
 enum Flags { kForceOpaque = 1, kHostBlends = 2, kNoHostBlend = 4 };
 
@@ -32,7 +31,7 @@ Px composeAs(PluginRasterFormat format, int mode, Px top, Px bottom, double opTo
     MemoryImage t(format, 1, 1), b(format, 1, 1, MemoryImage::Rows::BottomUp), o(format, 1, 1);
     for (auto [im, v] : {std::pair{&t, top}, std::pair{&b, bottom}}) {
         C* px = im->template pixel<C>(0, 0);
-        px[P::RED] = C(v.r), px[P::GREEN] = C(v.g), px[P::BLUE] = C(v.b), px[P::ALPHA] = C(v.a);
+        px[P::RED] = C(v[0]), px[P::GREEN] = C(v[1]), px[P::BLUE] = C(v[2]), px[P::ALPHA] = C(v[3]);
     }
     MemoryHost host(&t, &o);
     host.answerAE = flags & kHostBlends;
@@ -59,37 +58,37 @@ Px compose(PluginRasterFormat f, int mode, Px top, Px bottom, double opTop = 1, 
 // the biased multiply; the others from the real formulas, which 16 bits clamp.
 struct ModeCase {
     int mode;
-    int r8, g8, b8;
-    double r, g, b;
+    std::array<int, 3> eight;
+    std::array<double, 3> real;
 } const kModes[] = {
-    {5, 122, 61, 20, 0.48, 0.24, 0.08},     // multiply
-    {6, 235, 194, 133, 0.92, 0.76, 0.52},   // screen
-    {35, 235, 194, 133, 0.92, 0.76, 0.52},  // screen under its second number
-    {7, 214, 133, 41, 0.84, 0.52, 0.16},    // overlay
-    {8, 190, 141, 66, 0.744, 0.552, 0.256}, // soft light
-    {9, 214, 122, 41, 0.84, 0.48, 0.16},    // hard light
-    {10, 153, 102, 51, 0.6, 0.4, 0.2},      // darken
-    {11, 204, 153, 102, 0.8, 0.6, 0.4},     // lighten
-    {25, 112, 133, 112, 0.44, 0.52, 0.44},  // exclusion
-    {19, 112, 133, 112, 0.44, 0.52, 0.44},  // exclusion under another number
-    {23, 255, 255, 127, 3.0, 1.0, 0.5},     // colour dodge: float keeps 3.0
-    {24, 128, 0, 0, 0.5, 0.0, -2.0},        // colour burn: float keeps -2.0
-    {4, 255, 255, 153, 1.4, 1.0, 0.6},      // add: float may exceed full scale
-    {12, 51, 51, 51, 0.2, 0.2, 0.2},        // difference
-    {2, 204, 102, 51, 0.8, 0.4, 0.2},       // normal
-    {1, 153, 153, 102, 0.6, 0.6, 0.4},      // behind an opaque bottom: the bottom
+    {5, {122, 61, 20}, {0.48, 0.24, 0.08}},     // multiply
+    {6, {235, 194, 133}, {0.92, 0.76, 0.52}},   // screen
+    {35, {235, 194, 133}, {0.92, 0.76, 0.52}},  // screen under its second number
+    {7, {214, 133, 41}, {0.84, 0.52, 0.16}},    // overlay
+    {8, {190, 141, 66}, {0.744, 0.552, 0.256}}, // soft light
+    {9, {214, 122, 41}, {0.84, 0.48, 0.16}},    // hard light
+    {10, {153, 102, 51}, {0.6, 0.4, 0.2}},      // darken
+    {11, {204, 153, 102}, {0.8, 0.6, 0.4}},     // lighten
+    {25, {112, 133, 112}, {0.44, 0.52, 0.44}},  // exclusion
+    {19, {112, 133, 112}, {0.44, 0.52, 0.44}},  // exclusion under another number
+    {23, {255, 255, 127}, {3.0, 1.0, 0.5}},     // colour dodge: float keeps 3.0
+    {24, {128, 0, 0}, {0.5, 0.0, -2.0}},        // colour burn: float keeps -2.0
+    {4, {255, 255, 153}, {1.4, 1.0, 0.6}},      // add: float may exceed full scale
+    {12, {51, 51, 51}, {0.2, 0.2, 0.2}},        // difference
+    {2, {204, 102, 51}, {0.8, 0.4, 0.2}},       // normal
+    {1, {153, 153, 102}, {0.6, 0.6, 0.4}},      // behind an opaque bottom: the bottom
 };
 
 // Top (1, 0.4, 0.4) over bottom (0, 0, 1): the four colour modes each take a different mix.
 struct ColourCase {
     int mode;
-    double r, g, b;
+    std::array<double, 3> want;
 } const kColourModes[] = {
-    {13, 0.381271, 0.0, 0.0},           // hue of the top
-    {3, 0.381271, 0.0, 0.0},            // hue under its second number
-    {14, 0.097353, 0.097353, 0.243382}, // saturation of the top
-    {15, 0.196755, 0.078702, 0.078702}, // hue and saturation of the top
-    {16, 0.525282, 0.525282, 1.0},      // luma of the top
+    {13, {0.381271, 0.0, 0.0}},           // hue of the top
+    {3, {0.381271, 0.0, 0.0}},            // hue under its second number
+    {14, {0.097353, 0.097353, 0.243382}}, // saturation of the top
+    {15, {0.196755, 0.078702, 0.078702}}, // hue and saturation of the top
+    {16, {0.525282, 0.525282, 1.0}},      // luma of the top
 };
 
 TEST(TransferModes, EachModeInEachFormat) {
@@ -98,23 +97,21 @@ TEST(TransferModes, EachModeInEachFormat) {
         for (auto const& c : kModes) {
             Px const out =
                 compose(f, c.mode, {0.8 * M, 0.4 * M, 0.2 * M, M}, {0.6 * M, 0.6 * M, 0.4 * M, M});
-            double const got[3] = {out.r, out.g, out.b}, real[3] = {c.r, c.g, c.b};
-            int const eight[3] = {c.r8, c.g8, c.b8};
             for (int i = 0; i < 3; ++i) {
-                double const want = depthOf(f) == 8    ? eight[i]
-                                    : depthOf(f) == 32 ? real[i]
-                                                       : std::clamp(real[i] * M, 0.0, M);
-                EXPECT_NEAR(got[i], want, depthOf(f) == 16 ? 1.0 : 1e-5)
+                double const want = depthOf(f) == 8    ? c.eight[i]
+                                    : depthOf(f) == 32 ? c.real[i]
+                                                       : std::clamp(c.real[i] * M, 0.0, M);
+                EXPECT_NEAR(out[i], want, depthOf(f) == 16 ? 1.0 : 1e-5)
                     << "format " << f << " mode " << c.mode << " channel " << i;
             }
-            EXPECT_EQ(out.a, M) << "mode " << c.mode;
+            EXPECT_EQ(out[3], M) << "mode " << c.mode;
         }
         for (auto const& c : kColourModes) {
             Px const out = compose(f, c.mode, {M, 0.4 * M, 0.4 * M, M}, {0, 0, M, M});
             double const tolerance = depthOf(f) == 8 ? 1.0 : depthOf(f) == 16 ? 20.0 : 1e-4;
-            EXPECT_NEAR(out.r, c.r * M, tolerance) << "format " << f << " mode " << c.mode;
-            EXPECT_NEAR(out.g, c.g * M, tolerance) << "format " << f << " mode " << c.mode;
-            EXPECT_NEAR(out.b, c.b * M, tolerance) << "format " << f << " mode " << c.mode;
+            for (int i = 0; i < 3; ++i)
+                EXPECT_NEAR(out[i], c.want[i] * M, tolerance)
+                    << "format " << f << " mode " << c.mode;
         }
     }
 }
@@ -187,12 +184,9 @@ TEST(TransferModes, AlphaPathsHostBlendingAndAsymmetries) {
             int status = -1;
             Px const o = compose(f, c.mode, c.top, c.bottom, c.opTop, c.opBottom, c.flags, &status);
             EXPECT_EQ(status, c.status) << "mode " << c.mode;
-            double const got[4] = {o.r, o.g, o.b, o.a},
-                         want[4] = {c.want.r, c.want.g, c.want.b, c.want.a};
             for (int i = 0; i < 4; ++i)
-                EXPECT_TRUE(want[i] == kAny || std::abs(got[i] - want[i]) <= 1e-4)
-                    << "format " << f << " mode " << c.mode << " channel " << i << ": " << got[i]
-                    << " for " << want[i];
+                EXPECT_TRUE(c.want[i] == kAny || std::abs(o[i] - c.want[i]) <= 1e-4)
+                    << "format " << f << " mode " << c.mode << " channel " << i << ": " << o[i];
         }
 }
 
