@@ -34,62 +34,76 @@ template <class P, class V> inline void dropNegative(V* c) {
         for (int i = 0; i < 3; ++i)
             if (c[i] < 0) c[i] = 0;
 }
+
+// Walks the three layers over the bottom's size. Per pixel, `body` gets the three pixels, both
+// alphas scaled by their opacities and the union alpha; forceOpaque then sets alpha to full.
+template <class P, class C, class V, class Body>
+void walk(Layers const& L, float opacityTop, float opacityBottom, bool forceOpaque, Body&& body) {
+    for (int y = 0; y < L.bottom.height; ++y) {
+        auto const* t = reinterpret_cast<C const*>(L.top.row(y));
+        auto const* b = reinterpret_cast<C const*>(L.bottom.row(y));
+        auto* o = reinterpret_cast<C*>(L.out.row(y));
+        for (int x = 0; x < L.bottom.width; ++x, t += 4, b += 4, o += 4) {
+            V const A1 = scaledAlpha<P>(V(t[P::ALPHA]), opacityTop);
+            V const A2 = scaledAlpha<P>(V(b[P::ALPHA]), opacityBottom);
+            body(t, b, o, A1, A2, V(A1 + A2 - P::multiply(A1, A2)));
+            if (forceOpaque) o[P::ALPHA] = C(P::MAX_VALUE());
+        }
+    }
+}
+
+// The colour of a pixel as working values, negative float colour raised to 0.
+template <class P, class C, class V> inline void readColor(C const* px, V* c) {
+    c[0] = V(px[P::RED]), c[1] = V(px[P::GREEN]), c[2] = V(px[P::BLUE]);
+    dropNegative<P>(c);
+}
+
+template <class P, class C, class V> inline void writePixel(C* o, V const* c, V alpha) {
+    o[P::RED] = C(P::clamp(c[0]));
+    o[P::GREEN] = C(P::clamp(c[1]));
+    o[P::BLUE] = C(P::clamp(c[2]));
+    o[P::ALPHA] = C(P::clamp(alpha));
+}
 } // namespace blend_detail
 
 template <class P, class C, class A, class V, class F, class Mode>
 int Blend(P, C, A, V, F, Mode mode, PluginHost_API* host, float opacityTop, float opacityBottom,
           PluginRaster_API* top, PluginRaster_API* bottom, PluginRaster_API* out, bool /*reserved*/,
           bool forceOpaque) {
+    using namespace blend_detail;
     mode.setup(F(), opacityTop, opacityBottom);
     if (!mode.hasEffect()) return 0;
-    blend_detail::Layers L(host, top, bottom, out);
     V const M = V(P::MAX_VALUE());
     V const m = V(P::MIN_VALUE());
-    constexpr int R = P::RED, G = P::GREEN, B = P::BLUE, AL = P::ALPHA;
-    for (int y = 0; y < L.bottom.height; ++y) {
-        auto const* t = reinterpret_cast<C const*>(L.top.row(y));
-        auto const* b = reinterpret_cast<C const*>(L.bottom.row(y));
-        auto* o = reinterpret_cast<C*>(L.out.row(y));
-        for (int x = 0; x < L.bottom.width; ++x, t += 4, b += 4, o += 4) {
-            V const A1 = blend_detail::scaledAlpha<P>(V(t[AL]), opacityTop);
-            V const A2 = blend_detail::scaledAlpha<P>(V(b[AL]), opacityBottom);
-            V O = A1 + A2 - P::multiply(A1, A2);
-            if (A1 == m) {
-                blend_detail::copyPixel<P>(o, b, O);
-            } else {
-                V c1[3] = {V(t[R]), V(t[G]), V(t[B])};
-                V c2[3] = {V(b[R]), V(b[G]), V(b[B])};
-                blend_detail::dropNegative<P>(c1);
-                blend_detail::dropNegative<P>(c2);
-                V res[3] = {c1[0], c1[1], c1[2]};
-                V RA = A1;
-                if (A2 > m) {
-                    mode.composite(F(), c1[0], c1[1], c1[2], A1, c2[0], c2[1], c2[2], A2, res[0],
-                                   res[1], res[2], RA);
-                    // The mode's effect fades toward the top's own colour where the bottom is
-                    // transparent.
-                    if (A2 < M && !mode.done())
-                        for (int i = 0; i < 3; ++i)
-                            res[i] = P::multiply(c1[i], M - A2) + P::multiply(res[i], A2);
-                }
-                if (!mode.done()) {
-                    if (A1 == M || A2 == m) {
-                        O = RA;
-                    } else {
-                        V const K = P::multiply(M - RA, A2);
-                        for (int i = 0; i < 3; ++i)
-                            res[i] =
-                                P::divide(P::multiply(res[i], RA) + P::multiply(c2[i], K), RA + K);
-                    }
-                }
-                o[R] = C(P::clamp(res[0]));
-                o[G] = C(P::clamp(res[1]));
-                o[B] = C(P::clamp(res[2]));
-                o[AL] = C(P::clamp(O));
-            }
-            if (forceOpaque) o[AL] = C(M);
-        }
-    }
+    walk<P, C, V>(Layers(host, top, bottom, out), opacityTop, opacityBottom, forceOpaque,
+                  [&](C const* t, C const* b, C* o, V A1, V A2, V O) {
+                      if (A1 == m) return copyPixel<P>(o, b, O);
+                      V c1[3], c2[3];
+                      readColor<P>(t, c1);
+                      readColor<P>(b, c2);
+                      V res[3] = {c1[0], c1[1], c1[2]};
+                      V RA = A1;
+                      if (A2 > m) {
+                          mode.composite(F(), c1[0], c1[1], c1[2], A1, c2[0], c2[1], c2[2], A2,
+                                         res[0], res[1], res[2], RA);
+                          // The mode's effect fades toward the top's own colour where the bottom
+                          // is transparent.
+                          if (A2 < M && !mode.done())
+                              for (int i = 0; i < 3; ++i)
+                                  res[i] = P::multiply(c1[i], M - A2) + P::multiply(res[i], A2);
+                      }
+                      if (!mode.done()) {
+                          if (A1 == M || A2 == m) {
+                              O = RA;
+                          } else {
+                              V const K = P::multiply(M - RA, A2);
+                              for (int i = 0; i < 3; ++i)
+                                  res[i] = P::divide(
+                                      P::multiply(res[i], RA) + P::multiply(c2[i], K), RA + K);
+                          }
+                      }
+                      writePixel<P>(o, res, O);
+                  });
     return 0;
 }
 
@@ -98,42 +112,28 @@ template <class P, class C, class A, class V, class F>
 int BlendBehind(P, C, A, V, F, PluginHost_API* host, float opacityTop, float opacityBottom,
                 PluginRaster_API* top, PluginRaster_API* bottom, PluginRaster_API* out,
                 bool /*reserved*/, bool forceOpaque) {
-    blend_detail::Layers L(host, top, bottom, out);
+    using namespace blend_detail;
     V const M = V(P::MAX_VALUE());
     V const m = V(P::MIN_VALUE());
-    constexpr int R = P::RED, G = P::GREEN, B = P::BLUE, AL = P::ALPHA;
-    for (int y = 0; y < L.bottom.height; ++y) {
-        auto const* t = reinterpret_cast<C const*>(L.top.row(y));
-        auto const* b = reinterpret_cast<C const*>(L.bottom.row(y));
-        auto* o = reinterpret_cast<C*>(L.out.row(y));
-        for (int x = 0; x < L.bottom.width; ++x, t += 4, b += 4, o += 4) {
-            V const A1 = blend_detail::scaledAlpha<P>(V(t[AL]), opacityTop);
-            V const A2 = blend_detail::scaledAlpha<P>(V(b[AL]), opacityBottom);
-            V const O = A1 + A2 - P::multiply(A1, A2);
-            if (A2 == m) {
-                blend_detail::copyPixel<P>(o, t, O);
-            } else if (A2 == M) {
-                for (int i = 0; i < 4; ++i) o[i] = b[i];
-            } else {
-                V c1[3] = {V(t[R]), V(t[G]), V(t[B])};
-                V c2[3] = {V(b[R]), V(b[G]), V(b[B])};
-                blend_detail::dropNegative<P>(c1);
-                blend_detail::dropNegative<P>(c2);
-                V res[3];
-                for (int i = 0; i < 3; ++i)
-                    res[i] = P::multiply(c1[i], M - A2) + P::multiply(c2[i], A2);
-                if (A1 != M) {
-                    V const K = P::multiply(M - A1, A2);
-                    for (int i = 0; i < 3; ++i)
-                        res[i] = P::divide(P::multiply(res[i], A1) + P::multiply(c2[i], K), K + A1);
-                }
-                o[R] = C(P::clamp(res[0]));
-                o[G] = C(P::clamp(res[1]));
-                o[B] = C(P::clamp(res[2]));
-                o[AL] = C(P::clamp(O));
-            }
-            if (forceOpaque) o[AL] = C(M);
-        }
-    }
+    walk<P, C, V>(Layers(host, top, bottom, out), opacityTop, opacityBottom, forceOpaque,
+                  [&](C const* t, C const* b, C* o, V A1, V A2, V O) {
+                      if (A2 == m) return copyPixel<P>(o, t, O);
+                      if (A2 == M) {
+                          for (int i = 0; i < 4; ++i) o[i] = b[i];
+                          return;
+                      }
+                      V c1[3], c2[3], res[3];
+                      readColor<P>(t, c1);
+                      readColor<P>(b, c2);
+                      for (int i = 0; i < 3; ++i)
+                          res[i] = P::multiply(c1[i], M - A2) + P::multiply(c2[i], A2);
+                      if (A1 != M) {
+                          V const K = P::multiply(M - A1, A2);
+                          for (int i = 0; i < 3; ++i)
+                              res[i] = P::divide(P::multiply(res[i], A1) + P::multiply(c2[i], K),
+                                                 K + A1);
+                      }
+                      writePixel<P>(o, res, O);
+                  });
     return 0;
 }
