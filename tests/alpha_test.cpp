@@ -8,7 +8,7 @@
 namespace {
 
 using Argb = std::array<double, 4>; // in the format's own scale
-enum Op { kPremult, kUnPremult, kMultiplyAlpha, kCrossFadeToFull };
+enum Op { kPremult, kUnPremult, kMultiplyAlpha, kCrossFadeToFull, kSetAlpha, kUnsetAlpha };
 
 // Every pixel of two 3 x 2 rasters of a format, with rows of both signs, set to v; op on the
 // first, or a cross-fade into it from the second set to full scale. The result as (a, r, g, b).
@@ -25,6 +25,8 @@ template <class P> Argb after(PluginRasterFormat format, Op op, float amount, Ar
     if (op == kPremult) Premult(PIXEL_VALUES(P), &host, &raster);
     if (op == kUnPremult) UnPremult(PIXEL_VALUES(P), &host, &raster);
     if (op == kMultiplyAlpha) MultiplyAlpha(PIXEL_VALUES(P), &host, amount, &raster);
+    if (op == kSetAlpha) AVXSetAlpha(PIXEL_VALUES(P), &host, &raster);
+    if (op == kUnsetAlpha) AVXUnsetAlpha(PIXEL_VALUES(P), &host, &raster, nullptr);
     if (op == kCrossFadeToFull)
         BlendAlphaImagesPreMult(PIXEL_VALUES(P), &host, amount, &full.info, &image.info);
     C const* px = image.pixel<C>(2, 1);
@@ -64,6 +66,10 @@ TEST(Alpha, OperationsInEachFormat) {
         {32, kMultiplyAlpha, 1, {1, 1, 0, 0}, {1, 1, 0, 0}},
         {8, kMultiplyAlpha, 0, {255, 255, 0, 0}, {0, 255, 0, 0}},
         {32, kMultiplyAlpha, 0, {1, 1, 0, 0}, {0, 1, 0, 0}},
+        // The passes of hosts that want opaque frames while they are worked on.
+        {8, kSetAlpha, 0, {7, 9, 8, 6}, {255, 9, 8, 6}},
+        {16, kSetAlpha, 0, {7, 9, 8, 6}, {65535, 9, 8, 6}},
+        {32, kUnsetAlpha, 0, {0.5, 0.25, 0, 1}, {0, 0.25, 0, 1}},
         // The ends of a cross-fade are no work and a copy; between them, rounded in the integers.
         {8, kCrossFadeToFull, 0, {0, 0, 0, 0}, {0, 0, 0, 0}},
         {8, kCrossFadeToFull, 0.5, {0, 0, 0, 0}, {128, 128, 128, 128}},
