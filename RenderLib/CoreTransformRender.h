@@ -21,7 +21,6 @@ void chooseLineFunctions(RenderSettings& s, bool singleChannel, bool edgeCoverag
         s.edgeFunction = singleChannel ? L::edgePolygonFunc_1 : L::edgePolygonFunc;
         return;
     }
-    if (s.interpMode == 3) s.kernelSize = 4;
     // Border pixels are resampled bilinearly even where the interior is cubic.
     LineFunction edge1 = edgeCoverage ? L::edgeBilinearFunc_1 : L::edge_noOp_edgeBilinearFunc_1;
     switch (s.interpMode) {
@@ -35,10 +34,12 @@ void chooseLineFunctions(RenderSettings& s, bool singleChannel, bool edgeCoverag
         break;
     case 3:
         if (!singleChannel) {
+            s.kernelSize = 4;
             s.lineFunction = L::biCubicFunc_4x4_ss;
             s.edgeFunction = L::edgeBiCubicFunc_4x4_ss;
             break;
         }
+        // One channel samples as the kernel table would, with the tap count it was given.
         [[fallthrough]];
     default:
         if (s.kernelSize < 5) {
@@ -151,9 +152,10 @@ int coreTransformRender(PIXEL, C, ACC, V, FORMAT, PluginHost_API* host, CoreRend
     }
     TX_Mtrx44 matrix;
     int unusedA = 0, unusedB = 0;
-    if (s.renderMode == 1 || !given)
-        calcMatrix(matrix, args, s, s.width, s.height, unusedA, unusedB);
-    if (s.renderMode == 0 && calcMatrix(matrix, args, s, s.width, s.height, unusedA, unusedB) != 0)
+    // The matrix is built at the output's size, whatever the destination's.
+    const int outW = s.outputWidth, outH = s.outputHeight;
+    if (s.renderMode == 1 || !given) calcMatrix(matrix, args, s, outW, outH, unusedA, unusedB);
+    if (s.renderMode == 0 && calcMatrix(matrix, args, s, outW, outH, unusedA, unusedB) != 0)
         return 0;
 
     s.lineData = nullptr;

@@ -254,10 +254,31 @@ TEST(CoreTransformRender, SettingsAndArgumentsAsTheyComeBack) {
     EXPECT_EQ(small.settings.kernelSize, 1);
     EXPECT_EQ(small.settings.lineFunction, &LineFuncCP<unsigned char>::biCubicFunc_4x4);
 
+    // Supersampling a single channel keeps the tap count that the scale gave.
+    Transform one(22, src, dst);
+    one.args.kernelIndex = 2;
+    MemoryHost oneHost(&src, &dst);
+    CommonRender_CoreTransformRender(&oneHost, one.args, src.info, dst.info, true, true,
+                                     &one.settings, true, false);
+    EXPECT_EQ(one.settings.kernelSize, 8);
+    EXPECT_EQ(one.settings.lineFunction, &LineFuncCP<unsigned char>::biCubicFunc_1);
+
     // The format comes from the host's output raster.
     MemoryImage odd(PluginRasterFormat(4), 8, 8);
     MemoryHost oddHost(&src, &odd);
     EXPECT_EQ(render(oddHost, ss.args, src, odd, &ss.settings), 1);
+}
+
+TEST(CoreTransformRender, MatrixIsBuiltAtTheOutputSize) {
+    // Left half black, right half white; the output is twice the destination, so the picture
+    // spreads over twice the destination and only its black half lands there.
+    MemoryImage src(RF_ARGB8, 20, 20), dst(RF_ARGB8, 20, 20), output(RF_ARGB8, 40, 40);
+    fill(src, [](int x, int, int) { return x < 10 ? 0.0 : 255.0; });
+    Transform t(1, src, dst, 1);
+    MemoryHost host(&src, &output);
+    render(host, t.args, src, dst, &t.settings);
+    EXPECT_EQ(channel(dst, 4, 10, 1), 0);
+    EXPECT_EQ(channel(dst, 15, 10, 1), 0);
 }
 
 TEST(CoreTransformRender, FillAndClampUseTheFormatsFullScale) {
