@@ -20,9 +20,10 @@ bool makeToneTable(P, C, A, V, F, double gamma, double brightness, float* table)
         return false;
     float const unit = 0.003921569f * b;
     float const top = float(P::MAX_VALUE());
-    // The integer formats keep whole steps: the entries are truncated, never rounded.
-    auto const store = [](float x) {
-        if constexpr (!P::is32Bit()) x = float(int(x));
+    // The integer formats keep whole steps: the entries are truncated, never rounded. They are
+    // held to the range first, since a steep gamma over a raised brightness overflows an int.
+    auto const store = [top](float x) {
+        if constexpr (!P::is32Bit()) x = x <= 0.0f ? 0.0f : (x >= top ? top : float(int(x)));
         return float(P::clamp(V(x)));
     };
     bool const linear = MACRO_NEARLY_EQUAL(g, 1.0) != 0.0;

@@ -20,7 +20,9 @@ TEST(Tone, TableEntriesInEachDepth) {
     EXPECT_EQ(entry<PIXEL_ARGB8>(1.0, 1.5, 3), 4.0f); // 4.5 truncated, not rounded
     EXPECT_EQ(entry<PIXEL_ARGB8>(1.0, 2.0, 100), 200.0f);
     EXPECT_EQ(entry<PIXEL_ARGB8>(1.0, 2.0, 256), 255.0f);
-    EXPECT_EQ(entry<PIXEL_ARGB8>(2.0, 2.0, 64), 64.0f); // gamma after brightness, not 32
+    EXPECT_EQ(entry<PIXEL_ARGB8>(2.0, 2.0, 64), 64.0f);    // gamma after brightness, not 32
+    EXPECT_EQ(entry<PIXEL_ARGB8>(10.0, 5.0, 255), 255.0f); // far beyond an int, still white
+    EXPECT_EQ(entry<PIXEL_RGBA16>(10.0, 5.0, 200), 65535.0f);
     float t[257];
     EXPECT_FALSE(makeToneTable(PIXEL_VALUES(PIXEL_ARGB8), 1.0, 1.0000001, t));
     EXPECT_EQ(entry<PIXEL_RGBA16>(1.0, 1.5, 101), 38935.0f);          // 101 * 1.5 * 257 = 38935.5
