@@ -52,16 +52,14 @@ void chooseLineFunctions(RenderSettings& s, bool singleChannel, bool edgeCoverag
     }
 }
 
-// Fills the four vertices (left top, left bottom, right bottom, right top) and projects them.
-// On the second attempt a vertex behind the eye is mirrored through it.
-inline void projectQuad(TX_Poly& poly, const RenderSettings& s, const TX_Mtrx44& matrix,
-                        const TX_FRect& unit, const TX_Lerp& lerpX, const TX_Lerp& lerpY, float e,
-                        bool secondAttempt) {
+// The four vertices (left top, left bottom, right bottom, right top) in model and texture
+// coordinates.
+inline void fillQuad(TX_Poly& poly, const TX_FRect& unit, const TX_Lerp& lerpX,
+                     const TX_Lerp& lerpY, float e) {
     const double xs[4] = {unit.left, unit.left, unit.right, unit.right};
     const double ys[4] = {unit.top, unit.bottom, unit.bottom, unit.top};
     const float eu[4] = {e, e, -e, -e};
     const float ev[4] = {e, -e, -e, e};
-    poly.m_n = 4;
     for (int i = 0; i < 4; ++i) {
         TX_Poly_vert& v = poly.m_vert[i];
         v.x = xs[i];
@@ -70,6 +68,16 @@ inline void projectQuad(TX_Poly& poly, const RenderSettings& s, const TX_Mtrx44&
         v.u = lerpX(float(xs[i])) + eu[i];
         v.v = lerpY(float(ys[i])) + ev[i];
         v.q = 1.0;
+    }
+}
+
+// Projects the first four vertices as they stand: a failed clip may have left others in their
+// slots. On the second attempt a vertex behind the eye is mirrored through it.
+inline void projectQuad(TX_Poly& poly, const RenderSettings& s, const TX_Mtrx44& matrix,
+                        bool secondAttempt) {
+    poly.m_n = 4;
+    for (int i = 0; i < 4; ++i) {
+        TX_Poly_vert& v = poly.m_vert[i];
         if (s.renderMode == 2 || s.renderMode == 3) {
             v.sx = s.corners[i].x;
             v.sy = s.corners[i].y;
@@ -213,9 +221,10 @@ int coreTransformRender(PIXEL, C, ACC, V, FORMAT, PluginHost_API* host, CoreRend
 
     // A polygon wholly behind the eye is clipped away; the second attempt mirrors it through
     // the eye so that it is still drawn.
+    fillQuad(poly, unit, lerpX, lerpY, e);
     bool drawn = false;
     for (int attempt = 0; attempt < 2 && !drawn; ++attempt) {
-        projectQuad(poly, s, matrix, unit, lerpX, lerpY, e, attempt == 1);
+        projectQuad(poly, s, matrix, attempt == 1);
         drawn = TX_Poly::poly_clip_to_box(&poly, &box, true) != 0;
     }
     if (!drawn) return 0;
