@@ -44,37 +44,26 @@ void TX_Mtrx44::translate(double tx, double ty, double tz) {
     multLeft(t);
 }
 
+// A rotation in the plane of axes i and j, turning i towards j, applied on the left.
+static void rotateInPlane(TX_Mtrx44& m, int i, int j, double degrees) {
+    const double a = degrees * kDegToRad;
+    const double c = std::cos(a), s = std::sin(a);
+    TX_Mtrx44 t;
+    t.at(i, i) = c;
+    t.at(i, j) = s;
+    t.at(j, i) = -s;
+    t.at(j, j) = c;
+    m.multLeft(t);
+}
+
 void TX_Mtrx44::rotX(double degrees) {
-    const double a = degrees * kDegToRad;
-    const double c = std::cos(a), s = std::sin(a);
-    TX_Mtrx44 t;
-    t.at(1, 1) = c;
-    t.at(1, 2) = s;
-    t.at(2, 1) = -s;
-    t.at(2, 2) = c;
-    multLeft(t);
+    rotateInPlane(*this, 1, 2, degrees);
 }
-
 void TX_Mtrx44::rotY(double degrees) {
-    const double a = degrees * kDegToRad;
-    const double c = std::cos(a), s = std::sin(a);
-    TX_Mtrx44 t;
-    t.at(0, 0) = c;
-    t.at(0, 2) = -s;
-    t.at(2, 0) = s;
-    t.at(2, 2) = c;
-    multLeft(t);
+    rotateInPlane(*this, 2, 0, degrees);
 }
-
 void TX_Mtrx44::rotZ(double degrees) {
-    const double a = degrees * kDegToRad;
-    const double c = std::cos(a), s = std::sin(a);
-    TX_Mtrx44 t;
-    t.at(0, 0) = c;
-    t.at(0, 1) = s;
-    t.at(1, 0) = -s;
-    t.at(1, 1) = c;
-    multLeft(t);
+    rotateInPlane(*this, 0, 1, degrees);
 }
 
 void TX_Mtrx44::inputTransform(double tx, double ty, double sx, double sy, double rotation, double,
