@@ -65,7 +65,7 @@ CLI::Validator finite(std::string const& expected, double low, double high) {
 // The options of one command; each adds its own subcommand to the program.
 struct RenderChoices {
     std::vector<std::string> sets, presets;
-    std::string frames, host = "fcp", depth, order = "rgba";
+    std::string frames, host = "fcp", depth, outDepth, order = "rgba", alpha = "auto";
 };
 
 CLI::App* addRender(CLI::App& app, Options& o, RenderChoices& c) {
@@ -98,8 +98,18 @@ CLI::App* addRender(CLI::App& app, Options& o, RenderChoices& c) {
     render->add_option("--host", c.host, "the host family to present (default fcp)")
         ->check(oneOf({"fcp", "motion", "fce"}));
     render
-        ->add_option("--depth", c.depth, "working depth (default: that of the input; 32 is float)")
+        ->add_option("--depth", c.depth,
+                     "working depth (default: that of the input; 32 is float); the file keeps "
+                     "the input's depth")
         ->check(oneOf({"8", "16", "32"}));
+    render
+        ->add_option("--out-depth", c.outDepth, "depth of the file written (default: the input's)")
+        ->check(oneOf({"8", "16", "half", "float"}));
+    render
+        ->add_option("--alpha", c.alpha,
+                     "write an alpha channel: auto (default) when the input has one or the "
+                     "result is not fully opaque")
+        ->check(oneOf({"auto", "on", "off"}));
     render->add_option("--order", c.order, "channel order handed to the effect (default rgba)")
         ->check(oneOf({"rgba", "argb"}));
     render
@@ -207,6 +217,14 @@ Options parseArguments(std::vector<std::string> const& given) {
         o.host = choices.host == "motion" ? 1 : choices.host == "fce" ? 2 : 0;
         o.depth = choices.depth.empty() ? 0 : std::stoi(choices.depth);
         o.argb = choices.order == "argb";
+        o.outDepth = choices.outDepth.empty()                                 ? 0
+                     : choices.outDepth == "half" || choices.outDepth == "16" ? 16
+                     : choices.outDepth == "8"                                ? 8
+                                                                              : 32;
+        o.outHalf = choices.outDepth == "half";
+        o.alpha = choices.alpha == "on"    ? AlphaOut::On
+                  : choices.alpha == "off" ? AlphaOut::Off
+                                           : AlphaOut::Auto;
         if (render->count("--frames") > 0) {
             o.sequence = true;
             o.frames = parseFrameList(choices.frames);

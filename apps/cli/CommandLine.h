@@ -10,6 +10,8 @@ struct ValueSource {
     std::string text;
 };
 
+enum class AlphaOut { Auto, On, Off };
+
 struct Options {
     Command command = Command::Help;
     std::string text; // what Help and Version print
@@ -20,7 +22,10 @@ struct Options {
     bool sequence = false;
     std::vector<int> frames; // of a sequence, in the order given
     unsigned host = 0;       // 0 Final Cut Pro, 1 Motion, 2 Final Cut Express
-    int depth = 0;           // 8, 16 or 32; 0 keeps the input's
+    int depth = 0;           // working depth 8, 16 or 32; 0 the input's
+    int outDepth = 0;        // of the file written: 8, 16 or 32; 0 the input's
+    bool outHalf = false;    // 16-bit float
+    AlphaOut alpha = AlphaOut::Auto;
     bool argb = false;
     double scale = 1.0;
     int field = 0;

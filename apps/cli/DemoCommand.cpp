@@ -19,5 +19,5 @@ void demoCommand(Options const& o) {
     };
     session.apply(resolveValues(look, session.params()));
     Picture result = session.render(demoScene(kWidth, kHeight, kFloor), {});
-    writeImage(o.output, result, {3, false, true, 8, false});
+    writeImage(o.output, result, {.channels = 3, .hasAlpha = false});
 }

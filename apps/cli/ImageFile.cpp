@@ -2,6 +2,7 @@
 
 #include "apps/cli/TempFile.h"
 #include "apps/common/Errors.h"
+#include "apps/common/ParamLookup.h"
 #include "apps/common/PictureAlpha.h"
 
 #include <OpenImageIO/imagebuf.h>
@@ -9,6 +10,7 @@
 #include <OpenImageIO/imageio.h>
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 
 namespace {
@@ -49,7 +51,56 @@ void toRGBA(std::vector<unsigned char> const& raw, int channels, int alpha, Pict
     }
 }
 
+bool hasDisplayWindow(OIIO::ImageSpec const& spec) {
+    return spec.full_width > 0 && spec.full_height > 0 &&
+           (spec.full_width != spec.width || spec.full_height != spec.height ||
+            spec.full_x != spec.x || spec.full_y != spec.y);
+}
+
+// The data window placed in the display window: what lies outside the display window is cut
+// off, what the data window does not cover is transparent black.
+Picture displayWindow(Picture data, OIIO::ImageSpec const& spec) {
+    if (!hasDisplayWindow(spec)) return data;
+    if (spec.full_width > 32768 || spec.full_height > 32768)
+        throw Failure("display window larger than 32768 pixels on a side");
+    Picture full(spec.full_width, spec.full_height, data.depth);
+    int x0 = std::max(spec.x, spec.full_x),
+        x1 = std::min(spec.x + spec.width, spec.full_x + spec.full_width);
+    int y0 = std::max(spec.y, spec.full_y),
+        y1 = std::min(spec.y + spec.height, spec.full_y + spec.full_height);
+    size_t px = size_t(4 * data.channelBytes());
+    for (int y = y0; y < y1 && x0 < x1; ++y)
+        std::memcpy(full.row(y - spec.full_y) + size_t(x0 - spec.full_x) * px,
+                    data.row(y - spec.y) + size_t(x0 - spec.x) * px, size_t(x1 - x0) * px);
+    return full;
+}
+
+// The source's windows and attributes on the output's description. A file of another format
+// takes the attributes common to all formats and its own default compression.
+void keepSource(OIIO::ImageSpec& spec, OIIO::ImageSpec const& source, bool sameFormat) {
+    if (source.full_width == spec.width && source.full_height == spec.height) {
+        spec.x = spec.full_x = source.full_x;
+        spec.y = spec.full_y = source.full_y;
+    }
+    for (OIIO::ParamValue const& a : source.extra_attribs) {
+        std::string name = a.name().string();
+        std::string lower = lowercase(name);
+        if (lower.rfind("oiio:", 0) == 0 || lower == "alphamode") continue;
+        bool specific = lower.find(':') != std::string::npos && lower.rfind("smpte:", 0) != 0;
+        if (!sameFormat && (specific || lower == "compression")) continue;
+        spec.attribute(name, a.type(), a.data());
+    }
+}
+
 } // namespace
+
+bool hasTransparency(Picture const& picture) {
+    // Float work leaves the last bit of an opaque alpha to rounding.
+    double const kOpaque = picture.depth == 32 ? 1.0 - 1e-5 : 1.0;
+    for (size_t i = 0, n = picture.pixelCount(); i < n; ++i)
+        if (picture.channel(i, 3) < kOpaque) return true;
+    return false;
+}
 
 LoadedImage readImage(std::string const& path, int depth) {
     std::error_code ec;
@@ -79,14 +130,18 @@ LoadedImage readImage(std::string const& path, int depth) {
     l.channels = l.hasAlpha ? 4 : 3;
     l.straight = l.hasAlpha && spec.get_int_attribute("oiio:UnassociatedAlpha", 0) != 0;
 
+    l.source = std::make_shared<OIIO::ImageSpec const>(spec);
+    l.format = in->format_name();
+
     int work = depth ? depth : l.depth;
-    out.picture = Picture(spec.width, spec.height, work);
+    Picture data(spec.width, spec.height, work);
     std::vector<unsigned char> raw(size_t(spec.width) * size_t(spec.height) *
                                    size_t(spec.nchannels) * size_t(work / 8));
     if (!in->read_image(0, 0, 0, spec.nchannels, typeOf(work), raw.data()))
         throw Failure("cannot read " + inQuotes(path) + ": " + in->geterror());
-    toRGBA(raw, spec.nchannels, alpha, out.picture);
-    if (l.straight) premultiplyPicture(out.picture);
+    toRGBA(raw, spec.nchannels, alpha, data);
+    if (l.straight) premultiplyPicture(data);
+    out.picture = displayWindow(std::move(data), spec);
     return out;
 }
 
@@ -108,6 +163,7 @@ void writeImage(std::string const& path, Picture const& picture, FileLayout cons
 
     OIIO::ImageSpec spec(picture.width, picture.height, channels,
                          layout.half ? OIIO::TypeDesc::HALF : typeOf(layout.depth));
+    if (layout.source) keepSource(spec, *layout.source, layout.format == out->format_name());
     if (channels == 4) {
         spec.alpha_channel = 3;
         if (layout.straight) spec.attribute("oiio:UnassociatedAlpha", 1);

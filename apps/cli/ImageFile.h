@@ -1,6 +1,9 @@
 #pragma once
 #include "apps/common/Picture.h"
 
+#include <OpenImageIO/imageio.h>
+
+#include <memory>
 #include <string>
 
 // How a file keeps its pixels, so that the result can be written back the same way.
@@ -10,10 +13,15 @@ struct FileLayout {
     bool straight = true; // colour not premultiplied by alpha in the file
     int depth = 8;        // 8, 16 or 32 bits
     bool half = false;    // 16-bit float, as EXR often holds
+    // The input's description: display window, attributes and compression, kept on writing.
+    std::shared_ptr<OIIO::ImageSpec const> source = nullptr;
+    std::string format = ""; // the library's name of the source's format
 };
 
 struct LoadedImage {
-    Picture picture; // premultiplied, as a host hands it to the effect
+    // The display window, premultiplied, as a host hands it to the effect; pixels outside the
+    // file's data window are transparent black.
+    Picture picture;
     FileLayout layout;
 };
 
@@ -25,9 +33,13 @@ LoadedImage readImage(std::string const& path, int depth);
 // premultiplied, as the library writes them.
 bool formatKeepsStraightAlpha(std::string const& path);
 
-// Writes a premultiplied picture in the layout given, through a temporary file in the same
-// folder that is renamed at the end, so that a failure leaves no file. Throws Failure naming
-// the file.
+// Whether any pixel is less than fully opaque.
+bool hasTransparency(Picture const& picture);
+
+// Writes a premultiplied picture in the layout given (alpha only with hasAlpha), with the
+// source's display window and attributes when the picture has the size of that window, through a
+// temporary file in the same folder that is renamed at the end, so that a failure leaves no file.
+// Throws Failure naming the file.
 void writeImage(std::string const& path, Picture const& picture, FileLayout const& layout);
 
 // The picture at another size, filtered; for proxy renders.

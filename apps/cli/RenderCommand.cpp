@@ -41,14 +41,21 @@ Picture prepared(Picture picture, Options const& o) {
     return picture;
 }
 
+// The file keeps the input's depth and metadata; alpha is written when asked, or in `auto` when
+// the input had it or the result is not fully opaque.
 FileLayout outputLayout(FileLayout layout, Options const& o, std::string const& input,
-                        std::string const& output) {
-    if (o.depth != 0) {
-        layout.depth = o.depth;
-        layout.half = false;
+                        std::string const& output, Picture const& result) {
+    if (o.outDepth != 0) {
+        layout.depth = o.outDepth;
+        layout.half = o.outHalf;
     }
-    if (std::filesystem::path(input).extension() != std::filesystem::path(output).extension())
+    bool alpha = o.alpha == AlphaOut::On ||
+                 (o.alpha == AlphaOut::Auto && (layout.hasAlpha || hasTransparency(result)));
+    if (!layout.hasAlpha ||
+        std::filesystem::path(input).extension() != std::filesystem::path(output).extension())
         layout.straight = formatKeepsStraightAlpha(output);
+    layout.hasAlpha = alpha;
+    layout.channels = alpha ? 4 : 3;
     return layout;
 }
 
@@ -69,7 +76,7 @@ void renderOne(EffectSession& session, Options const& o, std::string const& inpu
     request.argb = o.argb;
     Picture result = session.render(prepared(std::move(img.picture), o), request);
     if (o.showControls) session.drawControls(result, frame);
-    writeImage(output, result, outputLayout(img.layout, o, input, output));
+    writeImage(output, result, outputLayout(img.layout, o, input, output, result));
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "AppTestSupport.h"
+#include "CommandTestSupport.h"
 #include "apps/cli/ImageFile.h"
 #include "apps/cli/Progress.h"
 #include "apps/cli/TempFile.h"
@@ -15,36 +16,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-struct Outcome {
-    int status;
-    std::string err;
-};
-
-// Runs the mirrel program with the arguments as the shell reads them.
-Outcome mirrel(std::string const& args) {
-    std::string err = scratchPath("run.err");
-    int raw = std::system((MIRREL_BINARY " " + args + " >/dev/null 2>" + err).c_str());
-    std::ifstream e(err);
-    Outcome r{WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, {std::istreambuf_iterator<char>(e), {}}};
-    fs::remove(err);
-    return r;
-}
-
-// A folder of its own for each test, removed afterwards.
-struct Scratch {
-    fs::path dir;
-    Scratch() {
-        dir = scratchPath(testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(dir);
-        fs::create_directories(dir);
-    }
-    ~Scratch() { fs::remove_all(dir); }
-    std::string operator()(std::string const& name) const { return (dir / name).string(); }
-    std::vector<unsigned char> pixels(std::string const& name) const {
-        return readImage((*this)(name), 0).picture.bytes;
-    }
-};
 
 // A small picture with structure above the floor line and partial alpha.
 Picture sample(int depth, int w = 24, int h = 16) {
@@ -73,7 +44,7 @@ TEST(Cli, RendersMatchTheEffectDrivenDirectlyAtEachDepth) {
         std::string in = s(std::string("in") + ext), out = s(std::string("out") + ext);
         Picture picture = sample(depth);
         premultiplyPicture(picture);
-        writeImage(in, picture, {4, true, formatKeepsStraightAlpha(in), depth, false});
+        writeImage(in, picture, {.straight = formatKeepsStraightAlpha(in), .depth = depth});
         LoadedImage source = readImage(in, 0);
         Outcome r = mirrel("render " + in + " -o " + out + kLookArgs);
         ASSERT_EQ(r.status, 0) << r.err;
@@ -98,7 +69,7 @@ TEST(Cli, SamePixelsInBothOrdersAndUnderEveryHost) {
     for (int depth : {8, 16, 32}) {
         SCOPED_TRACE(depth);
         std::string in = s("in.exr");
-        writeImage(in, sample(depth), {4, true, false, depth, false});
+        writeImage(in, sample(depth), {.straight = false, .depth = depth});
         std::string base = "render " + in + " --depth " + std::to_string(depth) + kLookArgs +
                            " --set 'Height and Slant=0.4,0.95' --set Bend=on";
         ASSERT_EQ(mirrel(base + " -o " + s("ref.exr")).status, 0);

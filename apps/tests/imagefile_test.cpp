@@ -43,7 +43,7 @@ TEST(ImageFile, RoundTripsKeepEachFormatsAlphaConvention) {
         std::string path = scratchPath(name);
         Picture premultiplied = straightRamp(depth);
         premultiplyPicture(premultiplied);
-        writeImage(path, premultiplied, {4, true, straight, depth, false});
+        writeImage(path, premultiplied, {.straight = straight, .depth = depth});
         LoadedImage back = readImage(path, 0);
         EXPECT_EQ(std::tuple(back.layout.depth, back.layout.straight, back.layout.hasAlpha),
                   std::tuple(depth, straight, true));
