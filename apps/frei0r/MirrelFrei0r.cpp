@@ -1,8 +1,8 @@
 // The frei0r filter: Mirrel inside ffmpeg, MLT and other frei0r hosts. Each instance loads the
 // plug-in into its own in-process host, exactly as the mirrel command does, so both give the
 // same pixels for the same picture and values.
-#include "apps/common/Alpha.h"
 #include "apps/common/EffectSession.h"
+#include "apps/common/PictureAlpha.h"
 #include "apps/frei0r/Frei0rMapping.h"
 
 // The frei0r header declares a C interface without saying so.
@@ -174,13 +174,13 @@ void f0r_update(f0r_instance_t instance, double time, uint32_t const* inframe, u
         }
         Picture picture(self->width, self->height, 8);
         std::memcpy(picture.bytes.data(), inframe, bytes);
-        premultiply(picture);
+        premultiplyPicture(picture);
         Picture result = worker->session.render(picture, {time, 0, 1.0, false});
         {
             std::lock_guard guard(self->lock);
             self->idle.push_back(std::move(worker));
         }
-        unpremultiply(result);
+        unpremultiplyPicture(result);
         std::memcpy(outframe, result.bytes.data(), bytes);
     } catch (...) {
         // A frame that cannot be rendered passes through unchanged.
