@@ -123,6 +123,16 @@ CLI::App* addRender(CLI::App& app, Options& o, RenderChoices& c) {
                      "render the frame as one field of an interlaced frame: the output holds "
                      "that field's lines (1 upper, 2 lower), half height")
         ->check(oneOf({"0", "1", "2"}));
+    render->add_flag("--skip-missing", o.skipMissing,
+                     "a sequence reports a missing or unreadable frame and goes on");
+    render
+        ->add_option("-j,--jobs", o.jobs,
+                     "frames of a sequence rendered at once (default: one per core)")
+        ->check(CLI::Range(1u, 1024u))
+        ->type_name("N");
+    CLI::Option* quiet =
+        render->add_flag("-q,--quiet", o.quiet, "no progress, no summary: errors only");
+    render->add_flag("-v,--verbose", o.verbose, "a line for each frame written")->excludes(quiet);
     render->add_flag("--show-controls", o.showControls,
                      "draw the on-screen controls over the output");
     return render;

@@ -31,6 +31,9 @@ struct Options {
     int field = 0;
     bool showControls = false;
     bool json = false;
+    bool skipMissing = false; // a sequence passes over frames it cannot read
+    bool quiet = false, verbose = false;
+    unsigned jobs = 0; // frames rendered at once; 0 one per core
 };
 
 // The arguments after the program name. Throws UsageError.

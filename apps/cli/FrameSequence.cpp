@@ -15,9 +15,11 @@ std::vector<int> parseFrameList(std::string const& spec) {
 }
 
 std::string framePattern(std::string const& pattern) {
-    std::string normalized, embedded;
     // The library formats with the pattern, so only one integer conversion may reach it.
     static std::regex const kOneFrameNumber("(?:[^%]|%%)*%0?[0-9]?[0-9]?d(?:[^%]|%%)*");
+    if (std::regex_match(pattern, kOneFrameNumber)) return pattern;
+    // # and @ become their printf form; digits before them would be read as frames, not name.
+    std::string normalized, embedded;
     if (!OIIO::Filesystem::parse_pattern(pattern.c_str(), 0, normalized, embedded) ||
         !embedded.empty() || !std::regex_match(normalized, kOneFrameNumber))
         throw UsageError(inQuotes(pattern) +

@@ -94,6 +94,14 @@ void keepSource(OIIO::ImageSpec& spec, OIIO::ImageSpec const& source, bool sameF
 
 } // namespace
 
+std::pair<int, int> pictureSize(std::string const& path) {
+    auto in = OIIO::ImageInput::open(path);
+    if (!in) return {0, 0};
+    OIIO::ImageSpec const& spec = in->spec();
+    return hasDisplayWindow(spec) ? std::pair(spec.full_width, spec.full_height)
+                                  : std::pair(spec.width, spec.height);
+}
+
 bool hasTransparency(Picture const& picture) {
     // Float work leaves the last bit of an opaque alpha to rounding.
     double const kOpaque = picture.depth == 32 ? 1.0 - 1e-5 : 1.0;

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 // How a file keeps its pixels, so that the result can be written back the same way.
 struct FileLayout {
@@ -28,6 +29,10 @@ struct LoadedImage {
 // Reads a file at the given working depth (0: the file's own, half floats as 32). Throws
 // Failure naming the file.
 LoadedImage readImage(std::string const& path, int depth);
+
+// The size of the picture readImage would give, from the file's header; 0 by 0 when the file
+// cannot be read.
+std::pair<int, int> pictureSize(std::string const& path);
 
 // Whether a format keeps straight colour, by its file name; unknown formats are taken as
 // premultiplied, as the library writes them.

@@ -33,7 +33,7 @@ int runMirrel(std::vector<std::string> const& args, std::ostream& out, std::ostr
             break;
         }
         case Command::Render:
-            renderCommand(o);
+            renderCommand(o, err);
             break;
         case Command::Demo:
             demoCommand(o);

@@ -11,7 +11,7 @@
 int runMirrel(std::vector<std::string> const& args, std::ostream& out, std::ostream& err);
 
 // The commands, for runMirrel. They throw UsageError or Failure.
-void renderCommand(Options const& o);
+void renderCommand(Options const& o, std::ostream& err);
 void demoCommand(Options const& o);
 
 // The --set and --preset values of the options, resolved against the declared parameters.

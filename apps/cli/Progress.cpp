@@ -7,7 +7,12 @@ Progress::Progress(long total, std::FILE* stream)
       m_start(std::chrono::steady_clock::now()) {}
 
 Progress::~Progress() {
+    finish();
+}
+
+void Progress::finish() {
     if (m_stream && m_done > 0) std::fputc('\n', m_stream);
+    m_stream = nullptr;
 }
 
 void Progress::frameDone(long frame) {

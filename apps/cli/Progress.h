@@ -9,7 +9,8 @@ class Progress {
   public:
     Progress(long total, std::FILE* stream);
     ~Progress();
-    void frameDone(long frame);
+    void frameDone(long frame); // `frame` is the one just completed
+    void finish();              // ends the line, so that what follows starts on its own
 
     // The line after `done` of `total` frames took `seconds`; for the terminal and for tests.
     static std::string line(long frame, long done, long total, double seconds);

@@ -89,7 +89,7 @@ TEST(Cli, SequencesFollowKeyframesAndStopAtTheFirstBadFrame) {
                            " --frames 1-3 --set 'Transfer Mode=Normal'";
     Outcome r = mirrel(sequence + " --set Zoom@1=1 --set Zoom@3=2");
     ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.err, ""); // no progress line off a terminal
+    EXPECT_EQ(r.err, "mirrel: 3 written, 0 skipped, 0 failed\n"); // no progress line off a terminal
     ASSERT_EQ(mirrel("render " + s("in.2.png") + " -o " + s("single.png") +
                      " --set Zoom=1.5 --set 'Transfer Mode=Normal' --frame 2")
                   .status,
@@ -98,6 +98,7 @@ TEST(Cli, SequencesFollowKeyframesAndStopAtTheFirstBadFrame) {
     EXPECT_NE(s.pixels("out.01.png"), s.pixels("out.03.png"));
 
     // A frame of another size stops the sequence with its name; frames before it are done.
+    sequence += " --jobs 1";
     writeImage(s("in.2.png"), sample(8, 20, 16), {});
     for (char const* f : {"out.01.png", "out.02.png", "out.03.png"}) fs::remove(s(f));
     r = mirrel(sequence);
