@@ -10,6 +10,7 @@ extern "C" {
 #include <frei0r.h>
 }
 
+#include <cmath>
 #include <cstring>
 #include <memory>
 
@@ -27,6 +28,7 @@ struct Instance {
     EffectSession session;
     std::vector<UserValue> values; // by frei0r index, in the user's units
     bool changed = true;
+    double updates = 0; // frames rendered, the time of a frame without a usable host time
 
     Instance(int w, int h) : width(w), height(h) {
         for (auto const& p : g_catalogue->params) values.push_back(userDefault(*p.param));
@@ -60,6 +62,12 @@ void writeParam(int type, double const* v, void* param) {
     } else {
         *static_cast<double*>(param) = v[0];
     }
+}
+
+// The host's time when the effect can take it (in its ticks of 1/100 frame, an int); ffmpeg
+// passes about -3.7e20 for a stream without timestamps, and then the frames are counted.
+double frameTime(double time, double updates) {
+    return std::fabs(time) <= 2147483647.0 / 100 ? time : updates;
 }
 
 } // namespace
@@ -134,6 +142,7 @@ void f0r_get_param_value(f0r_instance_t instance, f0r_param_t param, int index) 
 void f0r_update(f0r_instance_t instance, double time, uint32_t const* inframe, uint32_t* outframe) {
     auto* self = static_cast<Instance*>(instance);
     size_t bytes = size_t(self->width) * size_t(self->height) * 4;
+    double const frame = frameTime(time, self->updates++);
     try {
         if (self->changed) {
             // The instance's own session holds the same parameters in the same order.
@@ -149,7 +158,7 @@ void f0r_update(f0r_instance_t instance, double time, uint32_t const* inframe, u
         Picture picture(self->width, self->height, 8);
         std::memcpy(picture.bytes.data(), inframe, bytes);
         premultiply(picture);
-        Picture result = self->session.render(picture, {time, 0, 1.0, false});
+        Picture result = self->session.render(picture, {frame, 0, 1.0, false});
         unpremultiply(result);
         std::memcpy(outframe, result.bytes.data(), bytes);
     } catch (...) {
