@@ -23,7 +23,7 @@ bool makeToneTable(P, C, A, V, F, double gamma, double brightness, float* table)
     float const top = float(P::MAX_VALUE());
     // The integer formats keep whole steps: the entries are truncated, never rounded. They are
     // held to the range first, since a steep gamma over a raised brightness overflows an int.
-    auto const store = [top](float x) {
+    auto const store = [=](float x) {
         if constexpr (!P::is32Bit())
             x = x <= 0.0f ? 0.0f : (x >= top ? top : float(saturatingCast(x)));
         return float(P::clamp(V(x)));
