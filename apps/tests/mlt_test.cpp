@@ -66,8 +66,11 @@ TEST(KdenliveEffect, NamesEveryParameterOnceWithItsDefault) {
             auto values = split(prop(node, "paramlist"), ';');
             std::string labels;
             for (xmlNodePtr c = node->children; c; c = c->next)
-                if (named(c, "paramlistdisplay"))
-                    labels = reinterpret_cast<char*>(xmlNodeGetContent(c));
+                if (named(c, "paramlistdisplay")) {
+                    xmlChar* text = xmlNodeGetContent(c);
+                    labels = reinterpret_cast<char const*>(text);
+                    xmlFree(text);
+                }
             EXPECT_EQ(split(labels, ','), f.param->entries);
             ASSERT_EQ(values.size(), f.param->entries.size());
             for (size_t k = 0; k < values.size(); ++k) {
