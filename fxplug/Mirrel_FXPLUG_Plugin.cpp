@@ -12,7 +12,10 @@
 
 Mirrel_FXPLUG_Plugin* Mirrel_FXPLUG_Plugin::initWithAPIManager(FxAPIManager* manager) {
     _apiManager = manager;
-    g_hostIndex = GetHostIndex(manager);
+    // Every instance finds the same host; writing only a change keeps the global written once
+    // while other instances render and read it.
+    unsigned const index = GetHostIndex(manager);
+    if (g_hostIndex != index) g_hostIndex = index;
     return this;
 }
 
