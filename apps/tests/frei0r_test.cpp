@@ -245,7 +245,7 @@ TEST(Frei0rPlugin, FfmpegThroughThePluginEqualsTheCommand) {
     ASSERT_EQ(shell("FREI0R_PATH=" MIRREL_FREI0R_DIR " " MIRREL_FFMPEG " -v error -i " + d +
                     "in.%d.png -fps_mode passthrough -vf 'setpts=-9223372036854775808,"
                     "frei0r=filter_name=mirrel:filter_params=" +
-                    filterParams + "' " + d + "nopts.%d.png"),
+                    frei0rFilterParams(params, values) + "' " + d + "nopts.%d.png"),
               0);
     for (int f = 1; f <= 3; ++f) {
         std::string n = std::to_string(f);
