@@ -1,0 +1,88 @@
+#include "apps/preview/PreviewExport.h"
+
+#include "apps/frei0r/Frei0rMapping.h"
+#include "apps/preview/PreviewSession.h"
+#include "apps/preview/PreviewValues.h"
+
+#include <frei0r.h>
+
+#include <filesystem>
+
+using nlohmann::json;
+
+namespace {
+
+std::string shellQuoted(std::string const& s) {
+    bool plain =
+        !s.empty() && s.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstu"
+                                          "vwxyz0123456789_./,=@:+-%") == std::string::npos;
+    if (plain) return s;
+    std::string q = "'";
+    for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return q + "'";
+}
+
+std::string outputName(std::string const& input) {
+    std::filesystem::path p(input);
+    return p.stem().string() + "-mirrel" + p.extension().string();
+}
+
+bool changed(Param const& p) {
+    return !p.keys.empty() || p.value != p.defaultValue;
+}
+
+} // namespace
+
+json presetJson(PreviewSession& session) {
+    json preset = json::object();
+    for (Param const& p : session.effect().params()) {
+        if (p.kind == ParamKind::Group || !changed(p)) continue;
+        if (p.keys.empty()) {
+            preset[p.name] = jsonFromUser(p, userFromHost(p, p.value), true);
+            continue;
+        }
+        json keys = json::array();
+        for (auto const& [frame, v] : p.keys)
+            keys.push_back({frame, jsonFromUser(p, userFromHost(p, v), true)});
+        preset[p.name] = keys;
+    }
+    return preset;
+}
+
+std::string renderCommandLine(PreviewSession& session) {
+    std::string line = "mirrel render " + shellQuoted(session.input()) + " -o " +
+                       shellQuoted(outputName(session.input()));
+    auto const& frames = session.frames();
+    if (isSequencePattern(session.input()))
+        line += " --frames " + std::to_string(frames.front().number) + "-" +
+                std::to_string(frames.back().number);
+    else if (session.frame() != 0.0)
+        line += " --frame " + exactNumber(session.frame());
+    for (Param const& p : session.effect().params()) {
+        if (p.kind == ParamKind::Group || !changed(p)) continue;
+        if (p.keys.empty())
+            line +=
+                " --set " + shellQuoted(p.name + "=" + exactValueText(p, userFromHost(p, p.value)));
+        for (auto const& [frame, v] : p.keys)
+            line += " --set " + shellQuoted(p.name + "@" + exactNumber(frame) + "=" +
+                                            exactValueText(p, userFromHost(p, v)));
+    }
+    return line;
+}
+
+std::string ffmpegFilter(PreviewSession& session) {
+    ParameterStore const& store = session.effect().host().params();
+    std::string values;
+    for (Frei0rParam const& f : frei0rParams(session.effect().params())) {
+        double v[3] = {0, 0, 0};
+        frei0rFromUserValue(*f.param, userValueAt(store, *f.param, session.frame()), v);
+        std::string text =
+            f.type == F0R_PARAM_BOOL       ? std::string(v[0] != 0.0 ? "y" : "n")
+            : f.type == F0R_PARAM_POSITION ? exactNumber(v[0]) + "/" + exactNumber(v[1])
+            : f.type == F0R_PARAM_COLOR
+                ? exactNumber(v[0]) + "/" + exactNumber(v[1]) + "/" + exactNumber(v[2])
+                : exactNumber(v[0]);
+        values += (values.empty() ? "" : "|") + text;
+    }
+    return "frei0r=filter_name=mirrel:filter_params=" + values;
+}
