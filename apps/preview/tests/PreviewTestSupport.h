@@ -46,15 +46,18 @@ inline std::string writeSample(std::string const& path, int w = 160, int h = 120
     return path;
 }
 
-// The pixels of a PNG held in memory, straight, R G B A.
+// The pixels of a PNG held in memory, straight, R G B A (opaque when the file has no alpha).
 inline Picture decodePng(std::string const& bytes) {
     OIIO::Filesystem::IOMemReader memory(bytes.data(), bytes.size());
     auto in = OIIO::ImageInput::open("frame.png", nullptr, &memory);
-    if (!in) return {};
+    if (!in || in->spec().nchannels < 3) return {};
+    int n = in->spec().nchannels;
+    std::vector<unsigned char> raw(size_t(in->spec().image_pixels()) * size_t(n));
+    if (!in->read_image(0, 0, 0, n, OIIO::TypeDesc::UINT8, raw.data())) return {};
     Picture p(in->spec().width, in->spec().height, 8);
-    if (in->spec().nchannels != 4 ||
-        !in->read_image(0, 0, 0, 4, OIIO::TypeDesc::UINT8, p.bytes.data()))
-        return {};
+    for (size_t i = 0; i < p.pixelCount(); ++i)
+        for (int c = 0; c < 4; ++c)
+            p.bytes[i * 4 + size_t(c)] = c < n ? raw[i * size_t(n) + size_t(c)] : 255;
     return p;
 }
 
@@ -69,11 +72,13 @@ struct Served {
     PreviewSession session;
     PreviewServer server{session};
     std::unique_ptr<httplib::Client> client;
+    std::string address;
 
     explicit Served(std::string const& input, std::string const& save = {}) : session(input, save) {
         int port = server.bind(0);
         server.start();
         client = std::make_unique<httplib::Client>("127.0.0.1", port);
+        address = server.address();
     }
 
     // Status and JSON answer of a POST of `body` as it stands.
