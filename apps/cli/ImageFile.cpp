@@ -1,8 +1,8 @@
 #include "apps/cli/ImageFile.h"
 
 #include "apps/cli/TempFile.h"
-#include "apps/common/Alpha.h"
 #include "apps/common/Errors.h"
+#include "apps/common/PictureAlpha.h"
 
 #include <OpenImageIO/imagebuf.h>
 #include <OpenImageIO/imagebufalgo.h>
@@ -86,7 +86,7 @@ LoadedImage readImage(std::string const& path, int depth) {
     if (!in->read_image(0, 0, 0, spec.nchannels, typeOf(work), raw.data()))
         throw Failure("cannot read " + inQuotes(path) + ": " + in->geterror());
     toRGBA(raw, spec.nchannels, alpha, out.picture);
-    if (l.straight) premultiply(out.picture);
+    if (l.straight) premultiplyPicture(out.picture);
     return out;
 }
 
@@ -104,7 +104,7 @@ void writeImage(std::string const& path, Picture const& picture, FileLayout cons
     int channels = layout.hasAlpha && out->supports("alpha") ? 4 : 3;
     Picture pixels = picture;
     // Without alpha the premultiplied colour is the picture over black, as it should be.
-    if (channels == 4 && layout.straight) unpremultiply(pixels);
+    if (channels == 4 && layout.straight) unpremultiplyPicture(pixels);
 
     OIIO::ImageSpec spec(picture.width, picture.height, channels,
                          layout.half ? OIIO::TypeDesc::HALF : typeOf(layout.depth));

@@ -1,6 +1,5 @@
 #include "apps/cli/Mirrel.h"
 
-#include "apps/cli/Help.h"
 #include "apps/cli/ParamsListing.h"
 #include "apps/common/Errors.h"
 
@@ -24,14 +23,9 @@ int runMirrel(std::vector<std::string> const& args, std::ostream& out, std::ostr
     try {
         Options o = parseArguments(args);
         switch (o.command) {
-        case Command::Help: {
-            std::string text = helpText(o.helpTopic);
-            if (text.empty()) throw UsageError("no help on " + inQuotes(o.helpTopic));
-            out << text;
-            break;
-        }
+        case Command::Help:
         case Command::Version:
-            out << versionText();
+            out << o.text;
             break;
         case Command::Params: {
             EffectSession session;

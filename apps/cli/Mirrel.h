@@ -1,5 +1,5 @@
 #pragma once
-#include "apps/cli/Args.h"
+#include "apps/cli/CommandLine.h"
 #include "apps/common/EffectSession.h"
 
 #include <iosfwd>

@@ -1,9 +1,12 @@
 #include "apps/cli/ParamsListing.h"
 
-#include "apps/common/Json.h"
 #include "apps/common/ValueText.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
+#include <cmath>
+#include <cstdint>
 
 namespace {
 
@@ -28,11 +31,10 @@ std::string pad(std::string s, size_t width) {
     return s;
 }
 
-std::string jsonNumbers(UserValue const& v, int count) {
-    if (count == 1) return formatNumber(v[0]);
-    std::string s = "[";
-    for (int i = 0; i < count; ++i) s += (i ? ", " : "") + formatNumber(v[i]);
-    return s + "]";
+// Whole numbers as integers, so that JSON shows 100 rather than 100.0.
+nlohmann::ordered_json number(double v) {
+    if (v == std::floor(v) && std::fabs(v) < 1e15) return std::int64_t(v);
+    return v;
 }
 
 } // namespace
@@ -57,41 +59,37 @@ std::string paramsTable(std::vector<Param> const& params) {
 }
 
 std::string paramsJson(std::vector<Param> const& params) {
-    std::string out = "[\n";
-    bool first = true;
+    std::string out;
     for (Param const& p : params) {
         if (p.kind == ParamKind::Group) continue;
-        out += first ? "" : ",\n";
-        first = false;
-        out += "  {\"label\": " + jsonQuote(p.name) + ", \"id\": " + std::to_string(p.id);
-        if (p.groupIndex >= 0)
-            out += ", \"group\": " + jsonQuote(params[size_t(p.groupIndex)].name);
-        out += ", \"kind\": " + jsonQuote(kindName(p.kind));
+        nlohmann::ordered_json entry = {{"label", p.name}, {"id", p.id}};
+        if (p.groupIndex >= 0) entry["group"] = params[size_t(p.groupIndex)].name;
+        entry["kind"] = kindName(p.kind);
         UserValue def = userDefault(p);
         switch (p.kind) {
         case ParamKind::Toggle:
-            out += std::string(", \"default\": ") + (def[0] != 0 ? "true" : "false");
+            entry["default"] = def[0] != 0;
             break;
-        case ParamKind::Popup: {
-            out += ", \"default\": " + jsonQuote(formatValue(p, def)) + ", \"entries\": [";
-            for (size_t i = 0; i < p.entries.size(); ++i)
-                out += (i ? ", " : "") + jsonQuote(p.entries[i]);
-            out += "]";
+        case ParamKind::Popup:
+            entry["default"] = formatValue(p, def);
+            entry["entries"] = p.entries;
             break;
-        }
         case ParamKind::Point:
-            out += ", \"default\": " + jsonNumbers(def, 2);
+            entry["default"] = {number(def[0]), number(def[1])};
             break;
         case ParamKind::Color:
-            out += ", \"default\": " + jsonNumbers(def, 3) + ", \"min\": 0, \"max\": 1";
+            entry["default"] = {number(def[0]), number(def[1]), number(def[2])};
+            entry["min"] = 0;
+            entry["max"] = 1;
             break;
         default: {
             Limits l = userLimits(p);
-            out += ", \"default\": " + formatNumber(def[0]) + ", \"min\": " + formatNumber(l.min) +
-                   ", \"max\": " + formatNumber(l.max);
+            entry["default"] = number(def[0]);
+            entry["min"] = number(l.min);
+            entry["max"] = number(l.max);
         }
         }
-        out += "}";
+        out += (out.empty() ? "[\n  " : ",\n  ") + entry.dump();
     }
     return out + "\n]\n";
 }

@@ -1,4 +1,4 @@
-#include "apps/cli/FramePattern.h"
+#include "apps/cli/FrameSequence.h"
 #include "apps/cli/ImageFile.h"
 #include "apps/cli/Mirrel.h"
 #include "apps/cli/Progress.h"
@@ -81,14 +81,15 @@ void renderCommand(Options const& o) {
         renderOne(session, o, o.input, o.output, o.frame, nullptr, nullptr);
         return;
     }
-    expandFramePattern(o.input, o.first); // both must be patterns before anything is written
-    expandFramePattern(o.output, o.first);
-    if (o.input == o.output) throw UsageError("the output pattern is the input pattern");
-    Progress progress(o.last - o.first + 1, stderr);
+    // Both must be patterns before anything is written.
+    std::string inPattern = framePattern(o.input), outPattern = framePattern(o.output);
+    if (inPattern == outPattern) throw UsageError("the output pattern is the input pattern");
+    std::vector<std::string> inputs = sequenceFiles(inPattern, o.frames);
+    std::vector<std::string> outputs = sequenceFiles(outPattern, o.frames);
+    Progress progress(long(o.frames.size()), stderr);
     int width = 0, height = 0;
-    for (long f = o.first; f <= o.last; ++f) {
-        renderOne(session, o, expandFramePattern(o.input, f), expandFramePattern(o.output, f),
-                  double(f), &width, &height);
-        progress.frameDone(f);
+    for (size_t i = 0; i < o.frames.size(); ++i) {
+        renderOne(session, o, inputs[i], outputs[i], double(o.frames[i]), &width, &height);
+        progress.frameDone(o.frames[i]);
     }
 }

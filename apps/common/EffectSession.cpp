@@ -1,7 +1,7 @@
 #include "apps/common/EffectSession.h"
 
-#include "apps/common/Alpha.h"
 #include "apps/common/Errors.h"
+#include "apps/common/PictureAlpha.h"
 #include "fxplug/MirrelBundle.h"
 
 #include <algorithm>
@@ -81,7 +81,7 @@ Picture EffectSession::render(Picture const& input, FrameRequest const& request)
     if (!m_host.render(imageOver(in, request.argb), imageOver(out, request.argb), r))
         throw Failure("the effect could not render the frame");
     if (argbMemory) rotateChannels(out, false);
-    if (!m_host.outputPremultiplied()) premultiply(out);
+    if (!m_host.outputPremultiplied()) premultiplyPicture(out);
     return out;
 }
 

@@ -2,28 +2,12 @@
 
 #include "apps/common/Errors.h"
 
+#include <OpenImageIO/strutil.h>
+
 #include <algorithm>
-#include <cctype>
-
-namespace {
-
-size_t editDistance(std::string const& a, std::string const& b) {
-    std::vector<size_t> prev(b.size() + 1), cur(b.size() + 1);
-    for (size_t j = 0; j <= b.size(); ++j) prev[j] = j;
-    for (size_t i = 1; i <= a.size(); ++i) {
-        cur[0] = i;
-        for (size_t j = 1; j <= b.size(); ++j)
-            cur[j] = std::min({prev[j] + 1, cur[j - 1] + 1, prev[j - 1] + (a[i - 1] != b[j - 1])});
-        std::swap(prev, cur);
-    }
-    return prev[b.size()];
-}
-
-} // namespace
 
 std::string lowercase(std::string s) {
-    for (char& c : s) c = char(std::tolower(static_cast<unsigned char>(c)));
-    return s;
+    return OIIO::Strutil::lower(s);
 }
 
 char const* kindName(ParamKind kind) {
@@ -56,8 +40,9 @@ std::vector<std::string> closestLabels(std::vector<Param> const& params, std::st
         if (p.kind == ParamKind::Group) continue;
         std::string have = lowercase(p.name);
         // A label that contains what was typed is as good as a near miss.
-        size_t d =
-            !want.empty() && have.find(want) != std::string::npos ? 1 : editDistance(want, have);
+        size_t d = !want.empty() && have.find(want) != std::string::npos
+                       ? 1
+                       : OIIO::Strutil::edit_distance(want, have);
         scored.emplace_back(d, p.name);
     }
     std::stable_sort(scored.begin(), scored.end(),

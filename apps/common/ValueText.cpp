@@ -137,27 +137,20 @@ UserValue parseValue(Param const& p, std::string const& text) {
     throw UsageError(inQuotes(p.name) + " is a group and holds no value");
 }
 
-UserValue valueFromJson(Param const& p, JsonValue const& v) {
-    switch (v.type) {
-    case JsonValue::Type::String:
-        return parseValue(p, v.text);
-    case JsonValue::Type::Number:
-        return parseValue(p, v.text);
-    case JsonValue::Type::Bool:
-        return parseValue(p, v.boolean ? "on" : "off");
-    case JsonValue::Type::Array: {
-        std::string joined;
-        for (size_t i = 0; i < v.items.size(); ++i) {
-            if (v.items[i].type != JsonValue::Type::Number)
-                throw UsageError(inQuotes(p.name) + ": a list value holds numbers only");
-            joined += (i ? "," : "") + v.items[i].text;
-        }
-        return parseValue(p, joined);
-    }
-    default:
+UserValue valueFromJson(Param const& p, nlohmann::ordered_json const& v) {
+    if (v.is_string()) return parseValue(p, v.get<std::string>());
+    if (v.is_number()) return parseValue(p, v.dump());
+    if (v.is_boolean()) return parseValue(p, v.get<bool>() ? "on" : "off");
+    if (!v.is_array())
         throw UsageError(inQuotes(p.name) +
                          ": a value must be a number, text, true/false or a list");
+    std::string joined;
+    for (auto const& item : v) {
+        if (!item.is_number())
+            throw UsageError(inQuotes(p.name) + ": a list value holds numbers only");
+        joined += (joined.empty() ? "" : ",") + item.dump();
     }
+    return parseValue(p, joined);
 }
 
 std::string formatValue(Param const& p, UserValue const& v) {

@@ -1,6 +1,7 @@
 #pragma once
-#include "apps/common/Json.h"
 #include "apps/common/ParamLookup.h"
+
+#include <nlohmann/json.hpp>
 
 #include <string>
 
@@ -22,7 +23,7 @@ UserValue userDefault(Param const& p);
 UserValue parseValue(Param const& p, std::string const& text);
 // The same from a preset: a number, true/false, an entry's label or index, [x, y], [r, g, b], or
 // any of the text forms.
-UserValue valueFromJson(Param const& p, JsonValue const& v);
+UserValue valueFromJson(Param const& p, nlohmann::ordered_json const& v);
 
 // The value as parseValue reads it back.
 std::string formatValue(Param const& p, UserValue const& v);

@@ -1,8 +1,8 @@
 // The frei0r filter: Mirrel inside ffmpeg, MLT and other frei0r hosts. Each instance loads the
 // plug-in into its own in-process host, exactly as the mirrel command does, so both give the
 // same pixels for the same picture and values.
-#include "apps/common/Alpha.h"
 #include "apps/common/EffectSession.h"
+#include "apps/common/PictureAlpha.h"
 #include "apps/frei0r/Frei0rMapping.h"
 
 // The frei0r header declares a C interface without saying so.
@@ -25,11 +25,16 @@ std::unique_ptr<Catalogue> g_catalogue;
 struct Instance {
     int width, height;
     EffectSession session;
-    std::vector<UserValue> values; // by frei0r index, in the user's units
+    std::vector<UserValue> values; // by catalogue position, in the user's units
     bool changed = true;
 
     Instance(int w, int h) : width(w), height(h) {
-        for (auto const& p : g_catalogue->params) values.push_back(userDefault(*p.param));
+        for (Param const& p : session.params()) values.push_back(userDefault(p));
+    }
+
+    // A point's two frei0r parameters share one value.
+    UserValue& valueOf(Frei0rParam const& f) {
+        return values[size_t(f.param - g_catalogue->session.params().data())];
     }
 };
 
@@ -42,9 +47,6 @@ void readParam(int type, void const* param, double* v) {
     if (type == F0R_PARAM_COLOR) {
         auto const* c = static_cast<f0r_param_color_t const*>(param);
         v[0] = c->r, v[1] = c->g, v[2] = c->b;
-    } else if (type == F0R_PARAM_POSITION) {
-        auto const* p = static_cast<f0r_param_position_t const*>(param);
-        v[0] = p->x, v[1] = p->y;
     } else {
         v[0] = *static_cast<double const*>(param);
     }
@@ -54,9 +56,6 @@ void writeParam(int type, double const* v, void* param) {
     if (type == F0R_PARAM_COLOR) {
         auto* c = static_cast<f0r_param_color_t*>(param);
         c->r = float(v[0]), c->g = float(v[1]), c->b = float(v[2]);
-    } else if (type == F0R_PARAM_POSITION) {
-        auto* p = static_cast<f0r_param_position_t*>(param);
-        p->x = v[0], p->y = v[1];
     } else {
         *static_cast<double*>(param) = v[0];
     }
@@ -80,21 +79,21 @@ void f0r_deinit() {
 }
 
 void f0r_get_plugin_info(f0r_plugin_info_t* info) {
-    info->name = "Mirrel";
-    info->author = "The Mirrel developers";
+    info->name = kFrei0rName;
+    info->author = kFrei0rAuthor;
     info->plugin_type = F0R_PLUGIN_TYPE_FILTER;
     info->color_model = F0R_COLOR_MODEL_RGBA8888;
     info->frei0r_version = FREI0R_MAJOR_VERSION;
     info->major_version = 0;
     info->minor_version = 1;
     info->num_params = g_catalogue ? int(g_catalogue->params.size()) : 0;
-    info->explanation = "A mirrored copy of the picture on a floor line, in perspective";
+    info->explanation = kFrei0rExplanation;
 }
 
 void f0r_get_param_info(f0r_param_info_t* info, int index) {
     if (!validIndex(index)) return;
     Frei0rParam const& p = g_catalogue->params[size_t(index)];
-    info->name = p.param->name.c_str();
+    info->name = p.name.c_str();
     info->type = p.type;
     info->explanation = p.explanation.c_str();
 }
@@ -118,7 +117,7 @@ void f0r_set_param_value(f0r_instance_t instance, f0r_param_t param, int index) 
     Frei0rParam const& p = g_catalogue->params[size_t(index)];
     double v[3] = {0, 0, 0};
     readParam(p.type, param, v);
-    self->values[size_t(index)] = userValueFromFrei0r(*p.param, v);
+    setFromFrei0r(p, v, self->valueOf(p));
     self->changed = true;
 }
 
@@ -127,7 +126,7 @@ void f0r_get_param_value(f0r_instance_t instance, f0r_param_t param, int index) 
     auto* self = static_cast<Instance*>(instance);
     Frei0rParam const& p = g_catalogue->params[size_t(index)];
     double v[3] = {0, 0, 0};
-    frei0rFromUserValue(*p.param, self->values[size_t(index)], v);
+    frei0rFromUserValue(p, self->valueOf(p), v);
     writeParam(p.type, v, param);
 }
 
@@ -139,18 +138,17 @@ void f0r_update(f0r_instance_t instance, double time, uint32_t const* inframe, u
             // The instance's own session holds the same parameters in the same order.
             std::vector<Setting> settings;
             auto const& params = self->session.params();
-            size_t k = 0;
-            for (Param const& p : params)
-                if (p.kind != ParamKind::Group)
-                    settings.push_back({&p, false, 0.0, self->values[k++]});
+            for (size_t k = 0; k < params.size(); ++k)
+                if (params[k].kind != ParamKind::Group)
+                    settings.push_back({&params[k], false, 0.0, self->values[k]});
             self->session.apply(settings);
             self->changed = false;
         }
         Picture picture(self->width, self->height, 8);
         std::memcpy(picture.bytes.data(), inframe, bytes);
-        premultiply(picture);
+        premultiplyPicture(picture);
         Picture result = self->session.render(picture, {time, 0, 1.0, false});
-        unpremultiply(result);
+        unpremultiplyPicture(result);
         std::memcpy(outframe, result.bytes.data(), bytes);
     } catch (...) {
         // A frame that cannot be rendered passes through unchanged.

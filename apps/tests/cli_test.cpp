@@ -2,7 +2,7 @@
 #include "apps/cli/ImageFile.h"
 #include "apps/cli/Progress.h"
 #include "apps/cli/TempFile.h"
-#include "apps/common/Alpha.h"
+#include "apps/common/PictureAlpha.h"
 
 #include <gtest/gtest.h>
 
@@ -72,7 +72,7 @@ TEST(Cli, RendersMatchTheEffectDrivenDirectlyAtEachDepth) {
         SCOPED_TRACE(ext + std::to_string(depth));
         std::string in = s(std::string("in") + ext), out = s(std::string("out") + ext);
         Picture picture = sample(depth);
-        premultiply(picture);
+        premultiplyPicture(picture);
         writeImage(in, picture, {4, true, formatKeepsStraightAlpha(in), depth, false});
         LoadedImage source = readImage(in, 0);
         Outcome r = mirrel("render " + in + " -o " + out + kLookArgs);
@@ -87,7 +87,7 @@ TEST(Cli, RendersMatchTheEffectDrivenDirectlyAtEachDepth) {
         direct.apply(look);
         Picture expected = direct.render(source.picture, {});
         // Through a straight-alpha file the colour of faint pixels is rounded twice.
-        if (result.layout.straight) unpremultiply(expected), premultiply(expected);
+        if (result.layout.straight) unpremultiplyPicture(expected), premultiplyPicture(expected);
         EXPECT_EQ(result.picture.bytes, expected.bytes);
         EXPECT_NE(result.picture.bytes, source.picture.bytes); // the mirror is there
     }

@@ -1,6 +1,6 @@
 #include "AppTestSupport.h"
 #include "apps/cli/ImageFile.h"
-#include "apps/common/Alpha.h"
+#include "apps/common/PictureAlpha.h"
 
 #include <OpenImageIO/imageio.h>
 #include <gtest/gtest.h>
@@ -42,7 +42,7 @@ TEST(ImageFile, RoundTripsKeepEachFormatsAlphaConvention) {
         SCOPED_TRACE(name);
         std::string path = scratchPath(name);
         Picture premultiplied = straightRamp(depth);
-        premultiply(premultiplied);
+        premultiplyPicture(premultiplied);
         writeImage(path, premultiplied, {4, true, straight, depth, false});
         LoadedImage back = readImage(path, 0);
         EXPECT_EQ(std::tuple(back.layout.depth, back.layout.straight, back.layout.hasAlpha),
@@ -54,7 +54,7 @@ TEST(ImageFile, RoundTripsKeepEachFormatsAlphaConvention) {
         auto raw = rawPixels(path, &channels);
         ASSERT_EQ(channels, 4);
         Picture expected = premultiplied;
-        if (straight) unpremultiply(expected);
+        if (straight) unpremultiplyPicture(expected);
         for (size_t i = 0; i < expected.pixelCount() * 4; ++i)
             ASSERT_NEAR(raw[i], expected.channel(i / 4, int(i % 4)), 1e-6) << i;
         fs::remove(path);
@@ -105,16 +105,17 @@ TEST(ImageFile, FailuresNameTheFileAndLeaveNothingBehind) {
 TEST(Alpha, PremultiplyRoundsToNearestAndStraighteningUndoesIt) {
     Picture p8(2, 1, 8);
     p8.bytes = {200, 255, 1, 100, 7, 9, 11, 0};
-    premultiply(p8);
+    premultiplyPicture(p8);
     EXPECT_EQ(p8.bytes, (std::vector<unsigned char>{78, 100, 0, 100, 0, 0, 0, 0}));
-    unpremultiply(p8);
+    unpremultiplyPicture(p8);
     EXPECT_EQ(p8.bytes, (std::vector<unsigned char>{199, 255, 0, 100, 0, 0, 0, 0}));
 
     // The way back holds 16 bits to full scale and leaves float unclamped.
     Picture p16(1, 1, 16), pf(1, 1, 32);
     for (int c = 0; c < 4; ++c)
         p16.setChannel(0, c, c == 3 ? 0.5 : 1.0), pf.setChannel(0, c, c == 3 ? 0.25 : 2.0);
-    premultiply(p16), premultiply(pf), unpremultiply(p16), unpremultiply(pf);
+    premultiplyPicture(p16), premultiplyPicture(pf), unpremultiplyPicture(p16),
+        unpremultiplyPicture(pf);
     EXPECT_EQ(std::pair(p16.channel(0, 0), pf.channel(0, 2)), std::pair(1.0, 2.0));
 }
 

@@ -12,15 +12,15 @@ struct ValueSource {
 
 struct Options {
     Command command = Command::Help;
-    std::string helpTopic; // the command whose help was asked for; empty for the overview
+    std::string text; // what Help and Version print
 
     std::string input, output;
     std::vector<ValueSource> values;
     double frame = 0.0;
     bool sequence = false;
-    long first = 0, last = 0;
-    unsigned host = 0; // 0 Final Cut Pro, 1 Motion, 2 Final Cut Express
-    int depth = 0;     // 8, 16 or 32; 0 keeps the input's
+    std::vector<int> frames; // of a sequence, in the order given
+    unsigned host = 0;       // 0 Final Cut Pro, 1 Motion, 2 Final Cut Express
+    int depth = 0;           // 8, 16 or 32; 0 keeps the input's
     bool argb = false;
     double scale = 1.0;
     int field = 0;

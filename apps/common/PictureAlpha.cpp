@@ -1,4 +1,4 @@
-#include "apps/common/Alpha.h"
+#include "apps/common/PictureAlpha.h"
 
 #include <cstring>
 
@@ -30,7 +30,7 @@ template <class T, uint32_t Full> void unpremultiplyInt(Picture& p) {
 
 } // namespace
 
-void premultiply(Picture& p) {
+void premultiplyPicture(Picture& p) {
     if (p.depth == 8) return premultiplyInt<uint8_t, 255>(p);
     if (p.depth == 16) return premultiplyInt<uint16_t, 65535>(p);
     float* px = channels<float>(p);
@@ -38,7 +38,7 @@ void premultiply(Picture& p) {
         for (int c = 0; c < 3; ++c) px[c] *= px[3];
 }
 
-void unpremultiply(Picture& p) {
+void unpremultiplyPicture(Picture& p) {
     if (p.depth == 8) return unpremultiplyInt<uint8_t, 255>(p);
     if (p.depth == 16) return unpremultiplyInt<uint16_t, 65535>(p);
     float* px = channels<float>(p);

@@ -1,0 +1,48 @@
+#pragma once
+#include "AppTestSupport.h"
+#include "apps/frei0r/Frei0rMapping.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <sys/wait.h>
+
+inline int shell(std::string const& command) {
+    int raw = std::system(command.c_str());
+    return WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+}
+
+inline Frei0rParam const& byName(std::vector<Frei0rParam> const& params, std::string const& name) {
+    for (Frei0rParam const& f : params)
+        if (f.name == name) return f;
+    throw std::runtime_error("no frei0r parameter " + name);
+}
+
+// The command's --set option for a value exactly as the plug-in holds it.
+inline std::string setOption(Param const& p, UserValue const& u) {
+    int n = p.kind == ParamKind::Point ? 2 : p.kind == ParamKind::Color ? 3 : 1;
+    std::string text;
+    for (int c = 0; c < n; ++c) {
+        char number[32];
+        std::snprintf(number, sizeof number, "%.17g", u[size_t(c)]);
+        text += (c ? "," : "") + std::string(number);
+    }
+    return " --set '" + p.name + "=" + text + "'";
+}
+
+// A fresh scratch folder (ending in a slash) holding a generated three-frame clip with texture
+// and half-transparent parts, as in.1.png to in.3.png.
+inline std::string clipFolder(std::string const& name, std::string const& ffmpeg) {
+    std::filesystem::path dir = scratchPath(name);
+    std::filesystem::remove_all(dir);
+    std::filesystem::create_directories(dir);
+    std::string d = dir.string() + "/";
+    if (shell(ffmpeg +
+              " -v error -f lavfi -i \"testsrc2=size=96x64:rate=25,format=rgba,"
+              "geq=r='r(X,Y)':g='g(X,Y)':b='b(X,Y)':a='if(lt(X,24),128,255)'\" "
+              "-frames:v 3 " +
+              d + "in.%d.png") != 0)
+        throw std::runtime_error("ffmpeg could not make the clip");
+    return d;
+}
