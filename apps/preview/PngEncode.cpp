@@ -1,14 +1,14 @@
 #include "apps/preview/PngEncode.h"
 
-#include "apps/common/Alpha.h"
 #include "apps/common/Errors.h"
+#include "apps/common/PictureAlpha.h"
 
 #include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imageio.h>
 
 std::string encodePng(Picture const& picture) {
     Picture straight = picture;
-    unpremultiply(straight);
+    unpremultiplyPicture(straight);
     std::vector<unsigned char> bytes;
     OIIO::Filesystem::IOVecOutput memory(bytes);
     auto out = OIIO::ImageOutput::create("frame.png", &memory);

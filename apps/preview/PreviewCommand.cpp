@@ -69,18 +69,24 @@ void checkSavePath(PreviewOptions const& o, PreviewSession const& session) {
 
 CLI::App* addPreviewCommand(CLI::App& app, PreviewOptions& o) {
     CLI::App* cmd = app.add_subcommand(
-        "preview", "Place the reflection by hand in a browser page served from this machine");
+        "preview", "place the reflection by hand in a browser page (127.0.0.1 only)");
+    cmd->footer("Serves the effect's canvas with its on-screen controls and its inspector; prints "
+                "the address and ends on Ctrl-C. The page exports the preset, the equivalent "
+                "`mirrel render` command line and the ffmpeg filter string.");
     cmd->add_option("INPUT", o.input, "a picture, or a numbered sequence (%04d, #)")->required();
-    cmd->add_option("--preset", o.preset, "start from the values of a preset file");
-    cmd->add_option("--save", o.savePath, "the file the page's Save writes the preset to");
+    cmd->add_option("--preset", o.preset, "start from the values of a preset file")
+        ->type_name("FILE.json");
+    cmd->add_option("--save", o.savePath, "the one file the page's Save writes the preset to")
+        ->type_name("FILE.json");
     cmd->add_option("--port", o.port, "the port on 127.0.0.1 (default: a free one)")
-        ->check(CLI::Range(0, 65535));
+        ->check(CLI::Range(0, 65535))
+        ->type_name("N");
     cmd->add_flag("--open", o.open, "open the page in the default browser");
     return cmd;
 }
 
-void previewCommand(PreviewOptions const& o, std::ostream& out) {
-    PreviewSession session(o.input, o.savePath);
+void previewCommand(PreviewOptions const& o, PreviewPictures const& pictures, std::ostream& out) {
+    PreviewSession session(o.input, pictures, o.savePath);
     checkSavePath(o, session);
     if (!o.preset.empty()) session.applyPreset(o.preset);
 
@@ -103,30 +109,4 @@ void previewCommand(PreviewOptions const& o, std::ostream& out) {
     sigwait(&ending, &signal);
     server.stop();
     out << "mirrel preview: stopped" << std::endl;
-}
-
-int runPreview(std::vector<std::string> const& args, std::ostream& out, std::ostream& err) {
-    CLI::App app("mirrel", "mirrel");
-    PreviewOptions o;
-    addPreviewCommand(app, o);
-    std::vector<std::string> reversed(args.rbegin(), args.rend());
-    try {
-        app.parse(reversed);
-    } catch (CLI::CallForHelp const&) {
-        out << app.get_subcommand("preview")->help();
-        return 0;
-    } catch (CLI::ParseError const& e) {
-        err << "mirrel preview: " << e.what() << "\n";
-        return 2;
-    }
-    try {
-        previewCommand(o, out);
-        return 0;
-    } catch (UsageError const& e) {
-        err << "mirrel: " << e.what() << "\n";
-        return 2;
-    } catch (std::exception const& e) {
-        err << "mirrel: " << e.what() << "\n";
-        return 1;
-    }
 }

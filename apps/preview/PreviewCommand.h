@@ -1,4 +1,6 @@
 #pragma once
+#include "apps/preview/PreviewSession.h"
+
 #include <iosfwd>
 #include <string>
 #include <vector>
@@ -20,7 +22,5 @@ CLI::App* addPreviewCommand(CLI::App& app, PreviewOptions& options);
 
 // Serves the preview until SIGINT, SIGTERM or SIGHUP, then ends cleanly. The address goes to
 // `out` as soon as the server listens. Throws UsageError or Failure.
-void previewCommand(PreviewOptions const& options, std::ostream& out);
-
-// `mirrel preview ARGS...` on its own; answers the exit status (0, 1 failure, 2 usage).
-int runPreview(std::vector<std::string> const& args, std::ostream& out, std::ostream& err);
+void previewCommand(PreviewOptions const& options, PreviewPictures const& pictures,
+                    std::ostream& out);

@@ -4,8 +4,6 @@
 #include "apps/preview/PreviewSession.h"
 #include "apps/preview/PreviewValues.h"
 
-#include <frei0r.h>
-
 #include <filesystem>
 
 using nlohmann::json;
@@ -25,6 +23,19 @@ std::string shellQuoted(std::string const& s) {
 std::string outputName(std::string const& input) {
     std::filesystem::path p(input);
     return p.stem().string() + "-mirrel" + p.extension().string();
+}
+
+// The frames that exist, as `--frames` reads them: runs as A-B, separated by commas.
+std::string frameList(std::vector<PreviewFrame> const& frames) {
+    std::string list;
+    for (size_t i = 0; i < frames.size();) {
+        size_t j = i;
+        while (j + 1 < frames.size() && frames[j + 1].number == frames[j].number + 1) ++j;
+        list += (list.empty() ? "" : ",") + std::to_string(frames[i].number) +
+                (j > i ? "-" + std::to_string(frames[j].number) : "");
+        i = j + 1;
+    }
+    return list;
 }
 
 bool changed(Param const& p) {
@@ -52,10 +63,8 @@ json presetJson(PreviewSession& session) {
 std::string renderCommandLine(PreviewSession& session) {
     std::string line = "mirrel render " + shellQuoted(session.input()) + " -o " +
                        shellQuoted(outputName(session.input()));
-    auto const& frames = session.frames();
     if (isSequencePattern(session.input()))
-        line += " --frames " + std::to_string(frames.front().number) + "-" +
-                std::to_string(frames.back().number);
+        line += " --frames " + frameList(session.frames());
     else if (session.frame() != 0.0)
         line += " --frame " + exactNumber(session.frame());
     for (Param const& p : session.effect().params()) {
@@ -73,16 +82,8 @@ std::string renderCommandLine(PreviewSession& session) {
 std::string ffmpegFilter(PreviewSession& session) {
     ParameterStore const& store = session.effect().host().params();
     std::string values;
-    for (Frei0rParam const& f : frei0rParams(session.effect().params())) {
-        double v[3] = {0, 0, 0};
-        frei0rFromUserValue(*f.param, userValueAt(store, *f.param, session.frame()), v);
-        std::string text =
-            f.type == F0R_PARAM_BOOL       ? std::string(v[0] != 0.0 ? "y" : "n")
-            : f.type == F0R_PARAM_POSITION ? exactNumber(v[0]) + "/" + exactNumber(v[1])
-            : f.type == F0R_PARAM_COLOR
-                ? exactNumber(v[0]) + "/" + exactNumber(v[1]) + "/" + exactNumber(v[2])
-                : exactNumber(v[0]);
-        values += (values.empty() ? "" : "|") + text;
-    }
+    for (Frei0rParam const& f : frei0rParams(session.effect().params()))
+        values += (values.empty() ? "" : "|") +
+                  frei0rText(f, userValueAt(store, *f.param, session.frame()));
     return "frei0r=filter_name=mirrel:filter_params=" + values;
 }

@@ -1,6 +1,5 @@
 #include "apps/preview/PreviewSession.h"
 
-#include "apps/cli/ImageFile.h"
 #include "apps/common/Errors.h"
 #include "apps/preview/PreviewExport.h"
 #include "apps/preview/PreviewValues.h"
@@ -44,8 +43,9 @@ Picture to8Bit(Picture const& p) {
 
 } // namespace
 
-PreviewSession::PreviewSession(std::string input, std::string savePath)
-    : m_input(std::move(input)), m_savePath(std::move(savePath)), m_frames(previewFrames(m_input)) {
+PreviewSession::PreviewSession(std::string input, PreviewPictures pictures, std::string savePath)
+    : m_input(std::move(input)), m_savePath(std::move(savePath)), m_pictures(std::move(pictures)),
+      m_frames(previewFrames(m_input)) {
     source(); // an unreadable input is refused before anything is served
     m_effect.apply({});
 }
@@ -129,7 +129,7 @@ void PreviewSession::mouse(json const& request) {
 
 Picture const& PreviewSession::source() {
     if (m_loadedIndex != long(m_frameIndex)) {
-        m_source = readImage(m_frames[m_frameIndex].path, 0).picture;
+        m_source = m_pictures.read(m_frames[m_frameIndex].path);
         m_loadedIndex = long(m_frameIndex);
     }
     return m_source;
@@ -148,7 +148,7 @@ Picture PreviewSession::picture(bool proxy, bool controls) {
         request.scale = proxyScale();
         int w = std::max(1, int(std::lround(input.width * request.scale)));
         int h = std::max(1, int(std::lround(input.height * request.scale)));
-        input = resizePicture(input, w, h);
+        input = m_pictures.resize(input, w, h);
     }
     Picture out = to8Bit(m_effect.render(input, request));
     if (controls) m_effect.drawControls(out, frame());

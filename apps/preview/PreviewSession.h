@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -15,6 +16,13 @@ struct PreviewRefusal : std::runtime_error {
     int status;
 };
 
+// How the preview gets its pictures: the command's own reading of files (premultiplied, at the
+// file's depth), and its filtered resize for proxies.
+struct PreviewPictures {
+    std::function<Picture(std::string const& path)> read;
+    std::function<Picture(Picture const&, int width, int height)> resize;
+};
+
 // The state of one preview: the effect in the in-process host as an editing host holds it, the
 // frames of the input, the playhead and the drag in progress. The canvas and the inspector of
 // the page act on it through these calls; each checks its whole request before it changes
@@ -23,7 +31,7 @@ class PreviewSession {
   public:
     // `savePath` is the one file Save may write; empty when none was named. Throws UsageError
     // or Failure when the input cannot be read.
-    PreviewSession(std::string input, std::string savePath = {});
+    PreviewSession(std::string input, PreviewPictures pictures, std::string savePath = {});
 
     EffectSession& effect() { return m_effect; }
     std::vector<PreviewFrame> const& frames() const { return m_frames; }
@@ -66,6 +74,7 @@ class PreviewSession {
     Picture const& source();
 
     std::string m_input, m_savePath;
+    PreviewPictures m_pictures;
     std::vector<PreviewFrame> m_frames;
     EffectSession m_effect;
     size_t m_frameIndex = 0;

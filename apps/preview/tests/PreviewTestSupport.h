@@ -1,6 +1,6 @@
 #pragma once
 #include "apps/cli/ImageFile.h"
-#include "apps/common/Alpha.h"
+#include "apps/common/PictureAlpha.h"
 #include "apps/preview/PreviewServer.h"
 #include "apps/preview/PreviewSession.h"
 
@@ -63,7 +63,7 @@ inline Picture decodePng(std::string const& bytes) {
 
 inline Picture straightPixels(std::string const& file) {
     Picture p = readImage(file, 8).picture;
-    unpremultiply(p);
+    unpremultiplyPicture(p);
     return p;
 }
 
@@ -74,7 +74,10 @@ struct Served {
     std::unique_ptr<httplib::Client> client;
     std::string address;
 
-    explicit Served(std::string const& input, std::string const& save = {}) : session(input, save) {
+    explicit Served(std::string const& input, std::string const& save = {})
+        : session(input,
+                  {[](std::string const& f) { return readImage(f, 0).picture; }, resizePicture},
+                  save) {
         int port = server.bind(0);
         server.start();
         client = std::make_unique<httplib::Client>("127.0.0.1", port);

@@ -230,26 +230,34 @@ TEST(PreviewHttp, BadRequestsAnswer4xxAndChangeNothing) {
 
 TEST(PreviewHttp, KeysAreSetAtThePlayheadOfASequence) {
     Scratch scratch;
-    for (int f : {1, 2, 3}) writeSample(scratch("shot." + std::to_string(f) + ".png"), 48, 32, f);
+    for (int f : {1, 2, 4}) writeSample(scratch("shot." + std::to_string(f) + ".png"), 48, 32, f);
     std::string save = scratch("look.json");
     Served s(scratch("shot.%d.png"), save);
-    EXPECT_EQ(s.state()["frames"], json({1, 2, 3}));
-    ASSERT_EQ(s.post("/api/frame", json{{"frame", 3}}).first, 200);
+    EXPECT_EQ(s.state()["frames"], json({1, 2, 4}));
+    ASSERT_EQ(s.post("/api/frame", json{{"frame", 4}}).first, 200);
     ASSERT_EQ(s.post("/api/value", json{{"label", "Zoom"}, {"value", 2}, {"key", true}}).first,
               200);
     ASSERT_EQ(s.post("/api/frame", json{{"frame", 1}}).first, 200);
     // An animated parameter takes a key wherever it is edited.
     auto [status, st] = s.post("/api/value", json{{"label", "Zoom"}, {"value", 1}});
     ASSERT_EQ(status, 200);
-    EXPECT_EQ(paramOf(st, "Zoom")["keys"], json({1, 3}));
+    EXPECT_EQ(paramOf(st, "Zoom")["keys"], json({1, 4}));
     ASSERT_EQ(s.post("/api/frame", json{{"frame", 2}}).first, 200);
-    EXPECT_DOUBLE_EQ(paramOf(s.state(), "Zoom")["value"].get<double>(), 1.5);
+    EXPECT_NEAR(paramOf(s.state(), "Zoom")["value"].get<double>(), 4.0 / 3, 1e-12);
 
     json preset = s.get("/api/preset");
-    EXPECT_EQ(preset, json({{"Zoom", {{1, 1}, {3, 2}}}}));
+    EXPECT_EQ(preset, json({{"Zoom", {{1, 1}, {4, 2}}}}));
     std::string command = s.get("/api/export")["command"];
-    EXPECT_NE(command.find("--frames 1-3"), std::string::npos) << command;
-    EXPECT_NE(command.find("Zoom@3=2"), std::string::npos) << command;
+    EXPECT_NE(command.find("--frames 1-2,4"), std::string::npos) << command;
+    EXPECT_NE(command.find("Zoom@4=2"), std::string::npos) << command;
+    std::string bin = fs::path(MIRREL_BINARY).parent_path().string();
+    ASSERT_EQ(std::system(("cd " + scratch.dir.string() + " && PATH=" + bin + ":$PATH " + command +
+                           " 2>/dev/null")
+                              .c_str()),
+              0)
+        << command;
+    for (char const* out : {"shot.1-mirrel.png", "shot.2-mirrel.png", "shot.4-mirrel.png"})
+        EXPECT_TRUE(fs::exists(scratch(out))) << out;
 
     auto [saved, answer] = s.post("/api/save", std::string("{}"));
     ASSERT_EQ(saved, 200);
@@ -257,10 +265,10 @@ TEST(PreviewHttp, KeysAreSetAtThePlayheadOfASequence) {
     EXPECT_EQ(json::parse(in), preset);
     size_t files = 0;
     for (auto const& e : fs::directory_iterator(scratch.dir)) files += e.is_regular_file();
-    EXPECT_EQ(files, 4u); // three frames and the preset, no temporary left
+    EXPECT_EQ(files, 7u); // three frames, three renders and the preset, no temporary left
 
     ASSERT_EQ(s.post("/api/keys/clear", json{{"label", "Zoom"}}).first, 200);
-    EXPECT_EQ(s.get("/api/preset"), json({{"Zoom", 1.5}}));
+    EXPECT_EQ(s.get("/api/preset"), json({{"Zoom", 4.0 / 3}}));
 }
 
 } // namespace
