@@ -3,8 +3,8 @@
 #include "effect/AddNoise.h"
 #include "host/PluginHost_API.h"
 
+#include "platform/Random.h"
 #include <algorithm>
-#include <cstdlib>
 
 // Grain over the finished mirror image in the output raster. The seed is the product of
 // "Random Seed" and the frame's time, wrapping: seed 0 or time 0 freezes the grain. "Post
@@ -17,7 +17,7 @@ int noiseStage(P p, C c, A a, V v, F f, PluginHost_API* host, PluginRasterInfo& 
     double const scale = std::min(host->getScaleX(), host->getScaleY());
     double const softness = std::min(postSoftness, m) * scale;
     if (MACRO_NOT_NEARLY_EQUAL(fadeNoise, 0.0) == 0.0) return 0;
-    std::srand(unsigned(randomSeed) * unsigned(host->getCurrentTime()));
+    platformSrand(unsigned(randomSeed) * unsigned(host->getCurrentTime()));
     return AddNoise_RGBA(p, c, a, v, f, host, output, float(fadeNoise), float(softness),
                          work->getPixelType());
 }

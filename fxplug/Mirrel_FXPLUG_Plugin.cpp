@@ -12,7 +12,10 @@
 
 Mirrel_FXPLUG_Plugin* Mirrel_FXPLUG_Plugin::initWithAPIManager(FxAPIManager* manager) {
     _apiManager = manager;
-    g_hostIndex = GetHostIndex(manager);
+    // Every instance finds the same host; writing only a change keeps the global written once
+    // while other instances render and read it.
+    unsigned const index = GetHostIndex(manager);
+    if (g_hostIndex != index) g_hostIndex = index;
     return this;
 }
 
@@ -69,11 +72,13 @@ BOOL Mirrel_FXPLUG_Plugin::renderOutput_withInput_withInfo(FxBitmap* output, FxB
     auto* retrieval = _apiManager->apiForProtocol<FxParameterRetrievalAPI>();
     if (!retrieval) return NO;
     FxBitmap* source = getSameSizedInputAsOutput(input, output);
+    auto* scratch = _apiManager->apiForProtocol<FxScratchMemoryAPI>();
 
     if (renderInfo.field == 0 || g_hostIndex == kHostMotion) {
         PluginHost_FXPLUG_Impl host(nullptr, retrieval, source, output, &renderInfo, nullptr,
                                     nullptr, nullptr, nullptr);
         host.setHostVersionNum(_apiManager);
+        host.setScratchMemory(scratch);
         Render(&host);
     } else {
         // A field renders at frame height on line-doubled pictures, as a whole frame.
@@ -85,6 +90,7 @@ BOOL Mirrel_FXPLUG_Plugin::renderOutput_withInput_withInfo(FxBitmap* output, FxB
             PluginHost_FXPLUG_Impl host(nullptr, retrieval, doubledInput, doubledOutput,
                                         &renderInfo, nullptr, nullptr, nullptr, nullptr);
             host.setHostVersionNum(_apiManager);
+            host.setScratchMemory(scratch);
             Render(&host);
         }
         // Line 1 of the doubled result is kept, whatever the field order.

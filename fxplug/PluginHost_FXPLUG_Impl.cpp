@@ -268,11 +268,12 @@ int PluginHost_FXPLUG_Impl::deallocRaster(PluginRaster_API* raster) {
 }
 
 void* PluginHost_FXPLUG_Impl::allocMemory(int size) {
-    return std::malloc(std::size_t(std::abs(size)));
+    std::size_t const bytes = std::size_t(std::abs(size));
+    return m_scratch ? m_scratch->allocateBlock(bytes) : std::malloc(bytes);
 }
 
 void PluginHost_FXPLUG_Impl::deallocMemory(void* handle) {
-    std::free(handle);
+    m_scratch ? m_scratch->releaseBlock(handle) : std::free(handle);
 }
 
 // ---- The request

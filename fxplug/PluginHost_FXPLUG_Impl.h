@@ -9,6 +9,7 @@ class FxCustomParameterActionAPI;
 class FxParameterCreationAPI;
 class FxParameterRetrievalAPI;
 class FxParameterSettingAPI;
+class FxScratchMemoryAPI;
 class FxTemporalImageAPI;
 
 // The host of one FxPlug call, on the caller's stack: presents the host's bitmaps, render record
@@ -30,6 +31,8 @@ class PluginHost_FXPLUG_Impl : public PluginHost_API, public PluginFXPLUGFace {
     double timeToFrame(TimeObject const& t) const { return double(t.time) / double(t.timeStep); }
     // Reads the host's version from FxHostCapabilities of the manager.
     void setHostVersionNum(FxAPIManager* manager);
+    // Scratch memory from the host's own store where it lends one, else from the heap.
+    void setScratchMemory(FxScratchMemoryAPI* scratch) { m_scratch = scratch; }
 
     // Plain operations on unwrapped rasters.
     int fill(FXPLUGRaster* raster);
@@ -130,6 +133,7 @@ class PluginHost_FXPLUG_Impl : public PluginHost_API, public PluginFXPLUGFace {
     bool m_flipRows = true;
     int m_versionMajor = 0;
     int m_versionMinor = 0;
+    FxScratchMemoryAPI* m_scratch = nullptr;
     void* m_reserved;
     FxCustomParameterActionAPI* m_action;
 };

@@ -1,6 +1,7 @@
 #include "inprocess/InProcessHost.h"
 
 #include "inprocess/ControlCanvas.h"
+#include "inprocess/ScratchPool.h"
 #include "platform/FxBitmap.h"
 #include "platform/GLSelection.h"
 
@@ -34,6 +35,8 @@ class InProcessHost::Manager : public FxAPIManager,
             return static_cast<FxHostApplicationAPI*>(this);
         case FxProtocol::TemporalImage:
             return nullptr; // no images at other times
+        case FxProtocol::ScratchMemory:
+            return static_cast<FxScratchMemoryAPI*>(&m_scratch);
         }
         return nullptr;
     }
@@ -51,6 +54,7 @@ class InProcessHost::Manager : public FxAPIManager,
     FxHostApplication m_app;
     unsigned m_version;
     std::set<FxProtocol> m_withheld;
+    ScratchPool m_scratch;
 };
 
 namespace {

@@ -1,15 +1,15 @@
 #pragma once
 #include "host/RasterInfo.h"
 
-#include <cstdlib>
+#include "platform/Random.h"
 
 // Monochrome grain: one random field added alike to red, green and blue and never to alpha.
-// The field takes one rand() a pixel in raster order, so a seed and a size always give the same
-// grain. Softening the field is the noise stage's business.
+// The field takes one platformRand() a pixel in raster order, so a seed and a size always give the
+// same grain. Softening the field is the noise stage's business.
 
 // The next value of the field, from 0 up to just below 1. The factor is 2 to the power -31.
 inline float noiseUniform() {
-    return float(std::rand() % 2147483647) * 4.656613e-10f;
+    return float(platformRand() % 2147483647) * 4.656613e-10f;
 }
 
 namespace noise_detail {

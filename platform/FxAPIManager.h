@@ -1,6 +1,8 @@
 #pragma once
 #include "platform/FxParameterAPI.h"
 
+#include <cstddef>
+
 // The protocols by which a plug-in asks its host for API objects.
 enum class FxProtocol {
     ParameterCreation,     // FxParameterCreationAPI
@@ -10,6 +12,7 @@ enum class FxProtocol {
     OnScreenControl,       // FxOnScreenControlAPI
     HostApplication,       // FxHostApplicationAPI, read by FxHostCapabilities
     TemporalImage,         // FxTemporalImageAPI
+    ScratchMemory,         // FxScratchMemoryAPI
 };
 
 // The on-screen control interface of the host. Plug-ins only test that it is there.
@@ -25,6 +28,17 @@ class FxTemporalImageAPI {
     // A new bitmap, which the caller ends with dealloc; null when there is none.
     virtual BOOL getInputBitmap_withInfo_atTime(FxBitmap** bitmap, FxRenderInfo info,
                                                 double time) = 0;
+};
+
+// Working memory that the host lends a plug-in during a render. A host may keep blocks between
+// renders, so their contents are undefined when lent.
+class FxScratchMemoryAPI {
+  public:
+    virtual ~FxScratchMemoryAPI() = default;
+    // A block of at least `size` bytes, or null.
+    virtual void* allocateBlock(std::size_t size) = 0;
+    // Gives back a block from allocateBlock; null does nothing.
+    virtual void releaseBlock(void* block) = 0;
 };
 
 enum class FxHostApplication { Unknown, FinalCutPro, Motion, FinalCutExpress };
@@ -56,6 +70,9 @@ template <> struct FxProtocolOf<FxOnScreenControlAPI> {
 };
 template <> struct FxProtocolOf<FxTemporalImageAPI> {
     static constexpr FxProtocol value = FxProtocol::TemporalImage;
+};
+template <> struct FxProtocolOf<FxScratchMemoryAPI> {
+    static constexpr FxProtocol value = FxProtocol::ScratchMemory;
 };
 template <> struct FxProtocolOf<FxHostApplicationAPI> {
     static constexpr FxProtocol value = FxProtocol::HostApplication;

@@ -145,3 +145,12 @@ std::string frei0rText(Frei0rParam const& f, UserValue const& u) {
         std::snprintf(text, sizeof text, "%.17g", v[0]);
     return text;
 }
+
+std::string frei0rFilterParams(std::vector<Param> const& params,
+                               std::vector<UserValue> const& values) {
+    std::string text;
+    for (Frei0rParam const& f : frei0rParams(params))
+        text +=
+            (text.empty() ? "" : "|") + frei0rText(f, values.at(size_t(f.param - params.data())));
+    return text;
+}

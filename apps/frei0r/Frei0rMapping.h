@@ -30,6 +30,10 @@ void setFromFrei0r(Frei0rParam const& f, double const* v, UserValue& u);
 void frei0rFromUserValue(Frei0rParam const& f, UserValue const& u, double* v);
 // The same as ffmpeg's filter_params take it: y or n, a number, r/g/b.
 std::string frei0rText(Frei0rParam const& f, UserValue const& u);
+// ffmpeg's whole filter_params: every frei0r parameter's text in order, joined by |. `values`
+// stand beside `params`, one for each catalogue entry, groups included.
+std::string frei0rFilterParams(std::vector<Param> const& params,
+                               std::vector<UserValue> const& values);
 
 // What the plug-in tells its hosts about itself.
 inline constexpr char kFrei0rName[] = "Mirrel";

@@ -12,6 +12,7 @@ extern "C" {
 
 #include <cstring>
 #include <memory>
+#include <mutex>
 
 namespace {
 
@@ -22,14 +23,24 @@ struct Catalogue {
 };
 std::unique_ptr<Catalogue> g_catalogue;
 
+// A loaded effect with the values it last applied.
+struct Worker {
+    EffectSession session;
+    unsigned version = 0;
+};
+
+// Hosts such as MLT render frames of one instance on several threads at once: each render takes
+// an idle worker (or makes one), so no two threads share an in-process host; the values and the
+// idle workers are shared under the lock.
 struct Instance {
     int width, height;
-    EffectSession session;
+    std::mutex lock;
     std::vector<UserValue> values; // by catalogue position, in the user's units
-    bool changed = true;
+    unsigned version = 1;          // counts changes of the values
+    std::vector<std::unique_ptr<Worker>> idle;
 
     Instance(int w, int h) : width(w), height(h) {
-        for (Param const& p : session.params()) values.push_back(userDefault(p));
+        for (Param const& p : g_catalogue->session.params()) values.push_back(userDefault(p));
     }
 
     // A point's two frei0r parameters share one value.
@@ -117,8 +128,9 @@ void f0r_set_param_value(f0r_instance_t instance, f0r_param_t param, int index) 
     Frei0rParam const& p = g_catalogue->params[size_t(index)];
     double v[3] = {0, 0, 0};
     readParam(p.type, param, v);
+    std::lock_guard guard(self->lock);
     setFromFrei0r(p, v, self->valueOf(p));
-    self->changed = true;
+    ++self->version;
 }
 
 void f0r_get_param_value(f0r_instance_t instance, f0r_param_t param, int index) {
@@ -126,7 +138,10 @@ void f0r_get_param_value(f0r_instance_t instance, f0r_param_t param, int index) 
     auto* self = static_cast<Instance*>(instance);
     Frei0rParam const& p = g_catalogue->params[size_t(index)];
     double v[3] = {0, 0, 0};
-    frei0rFromUserValue(p, self->valueOf(p), v);
+    {
+        std::lock_guard guard(self->lock);
+        frei0rFromUserValue(p, self->valueOf(p), v);
+    }
     writeParam(p.type, v, param);
 }
 
@@ -134,20 +149,37 @@ void f0r_update(f0r_instance_t instance, double time, uint32_t const* inframe, u
     auto* self = static_cast<Instance*>(instance);
     size_t bytes = size_t(self->width) * size_t(self->height) * 4;
     try {
-        if (self->changed) {
-            // The instance's own session holds the same parameters in the same order.
+        std::unique_ptr<Worker> worker;
+        std::vector<UserValue> values;
+        unsigned version;
+        {
+            std::lock_guard guard(self->lock);
+            if (!self->idle.empty()) {
+                worker = std::move(self->idle.back());
+                self->idle.pop_back();
+            }
+            version = self->version;
+            if (!worker || worker->version != version) values = self->values;
+        }
+        if (!worker) worker = std::make_unique<Worker>();
+        if (worker->version != version) {
+            // The worker's session holds the same parameters in the same order.
             std::vector<Setting> settings;
-            auto const& params = self->session.params();
+            auto const& params = worker->session.params();
             for (size_t k = 0; k < params.size(); ++k)
                 if (params[k].kind != ParamKind::Group)
-                    settings.push_back({&params[k], false, 0.0, self->values[k]});
-            self->session.apply(settings);
-            self->changed = false;
+                    settings.push_back({&params[k], false, 0.0, values[k]});
+            worker->session.apply(settings);
+            worker->version = version;
         }
         Picture picture(self->width, self->height, 8);
         std::memcpy(picture.bytes.data(), inframe, bytes);
         premultiplyPicture(picture);
-        Picture result = self->session.render(picture, {time, 0, 1.0, false});
+        Picture result = worker->session.render(picture, {time, 0, 1.0, false});
+        {
+            std::lock_guard guard(self->lock);
+            self->idle.push_back(std::move(worker));
+        }
         unpremultiplyPicture(result);
         std::memcpy(outframe, result.bytes.data(), bytes);
     } catch (...) {

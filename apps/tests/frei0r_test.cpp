@@ -210,11 +210,9 @@ TEST(Frei0rPlugin, FfmpegThroughThePluginEqualsTheCommand) {
         values[size_t(&p - params.data())] = parseValue(p, text);
     }
     auto mapped = frei0rParams(params);
-    std::string filterParams;
     for (Frei0rParam const& f : mapped) {
         size_t at = size_t(f.param - params.data());
         std::string t = frei0rText(f, values[at]);
-        filterParams += (filterParams.empty() ? "" : "|") + t;
         // The value as ffmpeg reads the text: colours as floats, the rest as doubles.
         double v[3] = {t == "y" ? 1.0 : 0.0, 0, 0};
         if (f.type == F0R_PARAM_COLOR) {
@@ -230,8 +228,8 @@ TEST(Frei0rPlugin, FfmpegThroughThePluginEqualsTheCommand) {
     for (size_t i = 0; i < params.size(); ++i)
         if (params[i].kind != ParamKind::Group) sets += setOption(params[i], held[i]);
     ASSERT_EQ(shell("FREI0R_PATH=" MIRREL_FREI0R_DIR " " MIRREL_FFMPEG " -v error -i " + d +
-                    "in.%d.png -vf 'frei0r=filter_name=mirrel:filter_params=" + filterParams +
-                    "' " + d + "ff.%d.png"),
+                    "in.%d.png -vf 'frei0r=filter_name=mirrel:filter_params=" +
+                    frei0rFilterParams(params, values) + "' " + d + "ff.%d.png"),
               0);
     for (int f = 1; f <= 3; ++f) {
         // ffmpeg passes the time in milliseconds, 40 a frame at 25 frames a second.

@@ -66,8 +66,11 @@ TEST(KdenliveEffect, NamesEveryParameterOnceWithItsDefault) {
             auto values = split(prop(node, "paramlist"), ';');
             std::string labels;
             for (xmlNodePtr c = node->children; c; c = c->next)
-                if (named(c, "paramlistdisplay"))
-                    labels = reinterpret_cast<char*>(xmlNodeGetContent(c));
+                if (named(c, "paramlistdisplay")) {
+                    xmlChar* text = xmlNodeGetContent(c);
+                    labels = reinterpret_cast<char const*>(text);
+                    xmlFree(text);
+                }
             EXPECT_EQ(split(labels, ','), f.param->entries);
             ASSERT_EQ(values.size(), f.param->entries.size());
             for (size_t k = 0; k < values.size(); ++k) {
@@ -101,9 +104,9 @@ TEST(KdenliveEffect, NamesEveryParameterOnceWithItsDefault) {
     for (auto const& [name, count] : seen) EXPECT_EQ(count, 1) << name;
 }
 
-// melt renders a generated clip through the plug-in with values set by name, once from its
-// command line and once from a project as Kdenlive saves it; each frame equals the mirrel
-// command's render of the same values.
+// melt renders a generated clip through the plug-in with values set by name, from its command
+// line on one thread and on two, and from a project as Kdenlive saves it; each frame equals the
+// mirrel command's render of the same values.
 TEST(Melt, FilterSetByNameEqualsTheCommand) {
 #if !defined(MIRREL_MELT) || !defined(MIRREL_FFMPEG)
     GTEST_SKIP() << "melt or ffmpeg is absent, or cannot load a sanitized plug-in";
@@ -123,6 +126,8 @@ TEST(Melt, FilterSetByNameEqualsTheCommand) {
                                                              {"Zoom", {1.25, 0, 0}},
                                                              {"Bend Stretch", {7, 0, 0}},
                                                              {"Light", {0, 0, 0}},
+                                                             {"Fade Noise", {30, 0, 0}},
+                                                             {"Random Seed", {77, 0, 0}},
                                                              {"Transfer Mode", {3, 0, 0}}};
     std::vector<UserValue> held;
     for (Param const& p : params) held.push_back(userDefault(p));
@@ -162,11 +167,14 @@ TEST(Melt, FilterSetByNameEqualsTheCommand) {
         "   </filter>\n  </entry>\n </playlist>\n"
         " <tractor id=\"tractor0\">\n  <track producer=\"playlist0\"/>\n </tractor>\n</mlt>\n";
     std::ofstream(d + "project.mlt") << project;
-    auto to = [&](std::string const& name) {
+    auto to = [&](std::string const& name, int realTime = -1) {
         return " -consumer avformat:" + d + name +
-               ".%d.png vcodec=png pix_fmt=rgba real_time=-1 >>" + d + "melt.log 2>&1";
+               ".%d.png vcodec=png pix_fmt=rgba real_time=" + std::to_string(realTime) + " >>" + d +
+               "melt.log 2>&1";
     };
     ASSERT_EQ(shell(cmd + to("cmd")), 0);
+    // Frame threading: two threads, each with its own instance, render alternate frames.
+    ASSERT_EQ(shell(cmd + to("threads", -2)), 0);
     ASSERT_EQ(
         shell("FREI0R_PATH=" MIRREL_FREI0R_DIR " " MIRREL_MELT " " + d + "project.mlt" + to("kd")),
         0);
@@ -176,7 +184,10 @@ TEST(Melt, FilterSetByNameEqualsTheCommand) {
     for (int f = 1; f <= 3; ++f) {
         double v[3] = {0.25 * f, 0, 0};
         setFromFrei0r(fadeF, v, held[size_t(&fadeLength - params.data())]);
-        std::string sets, n = std::to_string(f);
+        // MLT passes the time in seconds; with noise it tells the frames apart.
+        char time[32];
+        std::snprintf(time, sizeof time, "%.17g", (f - 1) / 25.0);
+        std::string sets = std::string(" --frame ") + time, n = std::to_string(f);
         for (size_t i = 0; i < params.size(); ++i)
             if (params[i].kind != ParamKind::Group) sets += setOption(params[i], held[i]);
         ASSERT_EQ(shell(std::string(MIRREL_BINARY) + " render " + d + "in." + n + ".png -o " + d +
@@ -184,7 +195,7 @@ TEST(Melt, FilterSetByNameEqualsTheCommand) {
                   0);
         auto cli = readImage(d + "cli." + n + ".png", 0).picture.bytes;
         EXPECT_NE(cli, readImage(d + "in." + n + ".png", 0).picture.bytes);
-        for (std::string run : {"cmd", "kd"})
+        for (std::string run : {"cmd", "threads", "kd"})
             EXPECT_EQ(readImage(d + run + "." + n + ".png", 0).picture.bytes, cli)
                 << run << " frame " << f;
     }

@@ -1,0 +1,39 @@
+#include "platform/Random.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <thread>
+#include <vector>
+
+namespace {
+
+std::vector<int> sequence(unsigned seed, int n) {
+    platformSrand(seed);
+    std::vector<int> out;
+    for (int i = 0; i < n; ++i) out.push_back(platformRand());
+    return out;
+}
+
+TEST(PlatformRandom, FollowsTheCLibrarySequenceForAnySeed) {
+    for (unsigned seed : {0u, 1u, 2u, 77u, 65535u * 3000u, 0xffffffffu}) {
+        std::srand(seed);
+        std::vector<int> expected;
+        for (int i = 0; i < 2000; ++i) expected.push_back(std::rand());
+        EXPECT_EQ(sequence(seed, 2000), expected) << seed;
+    }
+}
+
+TEST(PlatformRandom, ThreadsKeepTheirOwnSequence) {
+    std::vector<int> const alone = sequence(42, 5000);
+    std::vector<std::vector<int>> got(4);
+    std::vector<std::thread> threads;
+    for (auto& g : got)
+        threads.emplace_back([&g] {
+            for (int round = 0; round < 20; ++round) g = sequence(42, 5000);
+        });
+    for (auto& t : threads) t.join();
+    for (auto const& g : got) EXPECT_EQ(g, alone);
+}
+
+} // namespace
