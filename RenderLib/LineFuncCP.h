@@ -146,7 +146,8 @@ template <class C, int NCH>
 MIRREL_INLINE void bilinear(const Source<C>& src, float x, float y, C* out) {
     const bool xIn = x >= src.fLeft && !(x >= src.fRight);
     const bool yIn = y >= src.fTop && !(y >= src.fBottom);
-    const int ix = int(x), iy = int(y);
+    // Only a coordinate inside the bounds becomes an integer: outside, it may be anything.
+    const int ix = xIn ? int(x) : 0, iy = yIn ? int(y) : 0;
     const float fx = x - float(ix), fy = y - float(iy);
     const int col = x < src.fLeft ? src.left : src.right;
     const int row = y < src.fTop ? src.top : src.bottom;

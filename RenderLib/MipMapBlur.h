@@ -4,6 +4,7 @@
 #include "RenderLib/TransformRecords.h"
 #include "Transform/Common/TX_Line2D.h"
 #include "host/PluginHost_API.h"
+#include "host/SaturatingCast.h"
 #include "pixel/Traits.h"
 
 #include <algorithm>
@@ -41,14 +42,14 @@ template <class C> inline C lerpChannel(C a, C b, float f) {
     if constexpr (std::is_floating_point_v<C>)
         return a + (b - a) * f;
     else
-        return C(int(float(a) + float(int(b) - int(a)) * f));
+        return C(saturatingCast(float(a) + float(int(b) - int(a)) * f));
 }
 
 template <class C> inline C scaleChannel(C v, float f) {
     if constexpr (std::is_floating_point_v<C>)
         return v * f;
     else
-        return C(int(float(v) * f));
+        return C(saturatingCast(float(v) * f)); // a degenerate fade gives NaN
 }
 
 // Unlocks and frees the host blocks it was given, in reverse order, on every way out.

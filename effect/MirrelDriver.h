@@ -5,6 +5,7 @@
 #include "effect/QuadToQuadRender.h"
 #include "effect/ScratchMemory.h"
 #include "host/PluginHost_API.h"
+#include "host/SaturatingCast.h"
 #include "params/ParamIds.h"
 #include "params/RenderArguments.h"
 #include "pixel/Alpha.h"
@@ -31,7 +32,7 @@ struct MirrelShutter {
     long timeStep = 0;
     long timeScale = 0;
 
-    long sampleTime(int i) const { return long(i * step) + first; }
+    long sampleTime(int i) const { return saturatingCast<long>(i * step) + first; }
 };
 
 // The shutter opens at the frame's time plus the phase and stays open forward.
@@ -39,7 +40,7 @@ inline MirrelShutter mirrelShutter(PluginHost_API* host, RenderArguments const& 
     MirrelShutter s;
     double shutter = args.shutterAngle / 360.0;
     double phase = args.shutterPhase / 360.0;
-    int count = int(args.samples + 0.5);
+    int count = saturatingCast(args.samples + 0.5);
     int const motion = GetMBlurValue(host);
     bool const hostShutter = host->getAEHost() && host->isApplication(0x46585443); // "FXTC"
     s.timeStep = host->getTimeStep();
@@ -49,7 +50,7 @@ inline MirrelShutter mirrelShutter(PluginHost_API* host, RenderArguments const& 
         shutter = float(host->getShutterAngle());
         phase = float(host->getShutterPhase());
     }
-    long const opened = long(s.timeStep * phase + now);
+    long const opened = saturatingCast<long>(s.timeStep * phase + now);
     if (motion != 0 && shutter != 0.0 && count > 1) {
         s.multiSampling = true;
         s.count = count;

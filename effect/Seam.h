@@ -1,6 +1,7 @@
 #pragma once
 #include "Transform/Common/TX_Macros.h"
 #include "host/PluginHost_API.h"
+#include "host/SaturatingCast.h"
 #include "pixel/PixelFormats.h"
 #include "pixel/Traits.h"
 
@@ -71,7 +72,8 @@ void drawSeam(P, C, A, V, F, PluginRasterInfo& flat, PluginRasterFormat format,
         for (int x = 0; x < flat.width; ++x, px += 4)
             for (int k = 0; k < 3; ++k) {
                 C& c = px[ch[k]];
-                c = C(P::clamp(V(color[k] * a + c * b + P::halfRoundPixel())));
+                c = saturatingCast<C>(
+                    P::clamp(saturatingCast<V>(color[k] * a + c * b + P::halfRoundPixel())));
             }
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 #include "Transform/Common/TX_Macros.h"
 #include "host/PluginHost_API.h"
+#include "host/SaturatingCast.h"
 #include "pixel/PixelFormats.h"
 #include "pixel/Traits.h"
 
@@ -22,8 +23,9 @@ bool makeToneTable(P, C, A, V, F, double gamma, double brightness, float* table)
     float const top = float(P::MAX_VALUE());
     // The integer formats keep whole steps: the entries are truncated, never rounded. They are
     // held to the range first, since a steep gamma over a raised brightness overflows an int.
-    auto const store = [top](float x) {
-        if constexpr (!P::is32Bit()) x = x <= 0.0f ? 0.0f : (x >= top ? top : float(int(x)));
+    auto const store = [=](float x) {
+        if constexpr (!P::is32Bit())
+            x = x <= 0.0f ? 0.0f : (x >= top ? top : float(saturatingCast(x)));
         return float(P::clamp(V(x)));
     };
     bool const linear = MACRO_NEARLY_EQUAL(g, 1.0) != 0.0;
@@ -55,7 +57,7 @@ void applyToneTable(P, C, A, V, F, PluginRasterInfo& raster, PluginRasterFormat 
                     c = C(table[c]);
                 } else if constexpr (P::is32Bit()) {
                     double const v = 255.0 * c;
-                    int n = int(v);
+                    int n = saturatingCast(v); // float pixels may hold anything
                     n = n < 0 ? 0 : (n > 255 ? 255 : n);
                     double const f = v - n;
                     c = C(table[n] * (1.0 - f) + table[n + 1] * f);

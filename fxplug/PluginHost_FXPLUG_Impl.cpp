@@ -2,6 +2,7 @@
 
 #include "fxplug/HostIndex.h"
 #include "host/RasterOps.h"
+#include "host/SaturatingCast.h"
 #include "platform/FxAPIManager.h"
 #include "platform/FxBitmap.h"
 #include "platform/FxHostCapabilities.h"
@@ -308,7 +309,7 @@ int PluginHost_FXPLUG_Impl::getSourceLayerDimensions(int& width, int& height) {
 }
 
 int PluginHost_FXPLUG_Impl::getCurrentTime() {
-    return int(double(getTimeStep()) * getFrame());
+    return saturatingCast(double(getTimeStep()) * getFrame());
 }
 
 bool PluginHost_FXPLUG_Impl::isApplication(long code) {

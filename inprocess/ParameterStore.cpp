@@ -1,5 +1,7 @@
 #include "inprocess/ParameterStore.h"
 
+#include "host/SaturatingCast.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -29,10 +31,18 @@ ParameterStore::Value ParameterStore::valueAt(Param const& p, double frame) cons
     for (int i = 0; i < 3; ++i)
         v[i] = before->second[i] + t * (after->second[i] - before->second[i]);
     if (p.kind == Kind::Int) v[0] = std::round(v[0]);
+    return numbersOnly(p, v); // keys of opposite infinities
+}
+
+ParameterStore::Value ParameterStore::numbersOnly(Param const& p, Value v) {
+    // An inspector field takes no NaN: such a component keeps the default.
+    for (int i = 0; i < 3; ++i)
+        if (std::isnan(v[i])) v[i] = p.defaultValue[i];
     return v;
 }
 
 ParameterStore::Value ParameterStore::clampToLimits(Param const& p, Value v) const {
+    v = numbersOnly(p, v);
     switch (p.kind) {
     case Kind::Float:
     case Kind::Int:
@@ -59,12 +69,13 @@ void ParameterStore::setConstant(unsigned id, Value v) {
 }
 
 void ParameterStore::setKey(unsigned id, double frame, Value v) {
+    if (!std::isfinite(frame)) return; // keys sit at real times
     if (Param* p = find(id)) p->keys[frame] = clampToLimits(*p, v);
 }
 
 BOOL ParameterStore::write(unsigned id, double time, Value v) {
     Param* p = find(id);
-    if (!p) return NO;
+    if (!p || (!p->keys.empty() && !std::isfinite(time))) return NO;
     if (p->keys.empty())
         p->value = clampToLimits(*p, v);
     else
@@ -178,7 +189,7 @@ BOOL ParameterStore::endParameterSubGroup() {
 BOOL ParameterStore::getIntValue_fromParm_atTime(int* value, unsigned parmId, double time) {
     Param const* p = find(parmId);
     if (!p || !value) return NO;
-    *value = int(valueAt(*p, time)[0]);
+    *value = saturatingCast(valueAt(*p, time)[0]); // a value may be anything a caller set
     return YES;
 }
 

@@ -39,6 +39,8 @@ class ParameterStore : public FxParameterCreationAPI,
 
     // The value at a frame: constant, or keys interpolated linearly (popups and toggles hold).
     Value valueAt(Param const& p, double frame) const;
+    // NaN components replaced by the default's.
+    static Value numbersOnly(Param const& p, Value v);
     // Sets the constant value, dropping keys. Limits are enforced by clamping.
     void setConstant(unsigned id, Value v);
     // Adds or replaces a key at a frame.

@@ -2,6 +2,7 @@
 #include "host/PluginHost_API.h"
 #include "pixel/Traits.h"
 
+#include <array>
 #include <cstring>
 
 // Whole-raster alpha passes and the conversions between straight and premultiplied colour,
@@ -14,6 +15,19 @@ template <class P, class F> void forEachPixel(PluginRasterInfo const& info, F&& 
         auto* px = reinterpret_cast<typename P::C*>(info.row(y));
         for (int x = 0; x < info.width; ++x, px += 4) f(px);
     }
+}
+
+// x * 255 / a held below 256, for every 8-bit alpha a above 0 and colour x, at a << 8 | x: the
+// same integers as the division, worked out once.
+template <class P> unsigned char const* straightTable8() {
+    static auto const table = [] {
+        std::array<unsigned char, 256 * 256> t{};
+        for (int a = 1; a < 256; ++a)
+            for (int x = 0; x < 256; ++x)
+                t[std::size_t(a << 8 | x)] = (unsigned char)(P::clamp_overflow(x * 255 / a));
+        return t;
+    }();
+    return table.data();
 }
 } // namespace alpha_detail
 
@@ -57,18 +71,26 @@ template <class P, class C, class A, class V, class F>
 int UnPremult(P, C, A, V, F, PluginHost_API* host, PluginRaster_API* raster) {
     PluginRasterInfo info;
     host->getRasterInfo(raster, &info);
-    alpha_detail::forEachPixel<P>(info, [](C* px) {
-        V a = V(px[P::ALPHA]);
-        if (!(a > 0)) return; // alpha 0 keeps its colour
-        for (int i = P::FIRST_COLOR; i < P::FIRST_COLOR + 3; ++i) {
-            if constexpr (P::is8Bit())
-                px[i] = C(P::clamp_overflow(int(px[i]) * 255 / a));
-            else if constexpr (P::is32Bit())
-                px[i] = px[i] * 1.0f / a;
-            else
-                px[i] = C(P::clamp_overflow(float(px[i]) * 65535.0f / a));
-        }
-    });
+    if constexpr (P::is8Bit()) {
+        unsigned char const* table = alpha_detail::straightTable8<P>();
+        alpha_detail::forEachPixel<P>(info, [table](C* px) {
+            int const a = px[P::ALPHA];
+            if (a == 0 || a == 255) return; // alpha 0 keeps its colour; 255 divides to itself
+            unsigned char const* row = table + (a << 8);
+            for (int i = P::FIRST_COLOR; i < P::FIRST_COLOR + 3; ++i) px[i] = row[px[i]];
+        });
+    } else {
+        alpha_detail::forEachPixel<P>(info, [](C* px) {
+            V a = V(px[P::ALPHA]);
+            if (!(a > 0)) return; // alpha 0 keeps its colour
+            for (int i = P::FIRST_COLOR; i < P::FIRST_COLOR + 3; ++i) {
+                if constexpr (P::is32Bit())
+                    px[i] = px[i] * 1.0f / a;
+                else
+                    px[i] = C(P::clamp_overflow(float(px[i]) * 65535.0f / a));
+            }
+        });
+    }
     return 0;
 }
 

@@ -1,5 +1,7 @@
 #include "pixel/ColorHSL.h"
 
+#include "host/SaturatingCast.h"
+
 float max3(float a, float b, float c) {
     float m = a > b ? a : b;
     return m > c ? m : c;
@@ -39,7 +41,7 @@ void rgb2hsl(float r, float g, float b, float& h, float& s, float& l) {
 void hsl2rgb(float h, float s, float l, float& r, float& g, float& b) {
     float p = 0.5f + s * 0.5f;
     float q = 1.0f - p;
-    int k = int(h);
+    int k = saturatingCast(h); // float pixels may hold anything
     float f = h - k;
     switch (k) {
     case 0:

@@ -99,3 +99,31 @@ TEST(PixelTraits, EightBitsAreBiasedOthersKeepTheirRangeAndZeroDivides) {
 }
 
 } // namespace
+
+namespace {
+
+// The 8-bit division to straight colour, worked for every alpha and colour at once, gives the
+// integers of the division itself.
+TEST(Alpha, EightBitStraightColourEqualsTheDivisionEverywhere) {
+    MemoryImage image(RF_RGBA8, 256, 256, MemoryImage::Rows::Padded);
+    MemoryHost host(&image, &image);
+    MemoryRaster raster(image.info, false);
+    for (int a = 0; a < 256; ++a)
+        for (int x = 0; x < 256; ++x) {
+            unsigned char* px = image.pixel<unsigned char>(x, a);
+            px[0] = (unsigned char)x, px[1] = (unsigned char)(255 - x), px[2] = 0;
+            px[3] = (unsigned char)a;
+        }
+    UnPremult(PIXEL_VALUES(PIXEL_RGBA8), &host, &raster);
+    int wrong = 0;
+    for (int a = 1; a < 256; ++a)
+        for (int x = 0; x < 256; ++x) {
+            unsigned char const* px = image.pixel<unsigned char>(x, a);
+            wrong += px[0] != std::min(x * 255 / a, 255) ||
+                     px[1] != std::min((255 - x) * 255 / a, 255) || px[3] != a;
+        }
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(image.pixel<unsigned char>(200, 0)[0], 200) << "alpha 0 keeps its colour";
+}
+
+} // namespace

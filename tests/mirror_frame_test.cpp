@@ -256,3 +256,44 @@ TEST(MirrorFrame, EveryScratchFailureReleasesEverything) {
 }
 
 } // namespace
+
+// A handle far above the frame raises the mirror past the top: the frame shows the limit of ever
+// taller mirrors, and nothing below the baseline.
+TEST(MirrorFrame, FarOffHandleDrawsTheLimitOfTallerMirrors) {
+    Settings const extras[] = {
+        {},
+        {{kQuality, {0}}}, // nearest: the point-sampled scan
+        {{kBend, {1.0}}},
+        {{kMotionBlur, {1.0}}, {kShutterAngle, {360.0}}, {kSamples, {64.0}}},
+    };
+    for (auto const& extra : extras) {
+        auto settings = [&](double y) {
+            Settings s{{kTransferMode, {0}}, {kHeightSlant, {0.5, y, 0}}};
+            s.insert(s.end(), extra.begin(), extra.end());
+            return s;
+        };
+        Frame far(settings(-1e6)), tall(settings(-40));
+        expectSame(far.output, tall.output, 1.5 / 255);
+        EXPECT_GT(far.out(kW / 2, 2)[3], 0.5);
+        for (int y = int(kBaseline) + 2; y < kH; ++y)
+            for (int x = 0; x < kW; ++x) EXPECT_EQ(far.out(x, y)[3], 0.0) << x << "," << y;
+    }
+}
+
+// Float pictures may hold anything; every transfer mode and a steep tone must take it (the
+// sanitizer build checks the conversions on the way).
+TEST(MirrorFrame, NonFiniteFloatPixelsPassEveryTransferModeAndASteepTone) {
+    float const odd[] = {NAN, INFINITY, -INFINITY, 3e38f, -1e30f, 0.5f, 1.0f};
+    for (int mode = 0; mode < 20; ++mode) {
+        PluginRasterFormat const format = mode % 2 ? RF_ARGB32 : RF_RGBA32;
+        MemoryImage input(format, kW, kH), output(format, kW, kH);
+        for (int i = 0; i < kW * kH * 4; ++i)
+            input.pixel<float>(i / 4 % kW, i / 4 / kW)[i % 4] = odd[i % 7];
+        MemoryHost host(&input, &output);
+        host.params.setConstant(kTransferMode, {double(mode)});
+        host.params.setConstant(kGamma, {mode % 4 < 2 ? 10.0 : 0.1});
+        host.params.setConstant(kBrightness, {10.0});
+        EXPECT_EQ(Render(&host), 0) << mode;
+        EXPECT_EQ(host.liveBlocks, 0);
+    }
+}

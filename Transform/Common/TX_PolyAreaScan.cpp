@@ -1,4 +1,5 @@
 #include "Transform/Common/TX_Poly.h"
+#include "host/SaturatingCast.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -11,6 +12,9 @@
 
 namespace {
 const int kEmpty = -10000000; // both ends of an empty sub-span
+// Sub-rows above the window that are still walked; a polygon reaching further up has its edges
+// set up directly at the window's first row, so a far-off vertex costs nothing.
+const double kWalkAbove = 16.0 * 4096;
 
 void clearSpans(int (*spans)[2]) {
     for (int s = 0; s < 16; ++s) spans[s][0] = spans[s][1] = kEmpty;
@@ -64,9 +68,26 @@ void TX_Poly::polyAreaScan_internal(TX_Window* win, int left, int, int right, in
     if (topIndex < 0) return;
 
     const TX_Poly_vert& topVert = m_vert[topIndex];
-    // The 1/16 keeps y the pixel row of the first sub-row.
-    int y = int(std::floor(float(topVert.sy + 0.0625)));
-    int Y = int(std::ceil(float(topVert.ny)));
+    // Sub-rows from the window's last row on are never drawn.
+    const double windowSub = 16.0 * win->y0, endSub = 16.0 * (double(win->y1) + 2.0);
+    const float topSub = std::ceil(float(topVert.ny));
+    if (topSub >= endSub) return;
+    int y, Y;
+    if (topSub >= windowSub - kWalkAbove) {
+        // The 1/16 keeps y the pixel row of the first sub-row.
+        y = int(std::floor(float(topVert.sy + 0.0625)));
+        Y = int(topSub);
+    } else {
+        y = win->y0;
+        Y = int(windowSub);
+    }
+    // A vertex row as a sub-row; rows are only compared with Y from here on, so holding them to
+    // the part of the walk that is left keeps every comparison (NaN counts as passed).
+    const double passedSub = Y - 1.0;
+    auto const subRowOf = [&](double ny) {
+        const double c = std::ceil(ny);
+        return !(c > passedSub) ? int(passedSub) : c > endSub ? int(endSub) : int(c);
+    };
     int ly = Y - 1, ry = Y - 1;
     int li = topIndex, ri = topIndex;
     int rem = m_n;
@@ -84,14 +105,14 @@ void TX_Poly::polyAreaScan_internal(TX_Window* win, int left, int, int right, in
             const int i = (li == 0) ? m_n - 1 : li - 1;
             --rem;
             areaIncrementalize_y(&m_vert[li], &m_vert[i], &l, &dl, y, Y);
-            ly = int(std::ceil(m_vert[i].ny));
+            ly = subRowOf(m_vert[i].ny);
             li = i;
         }
         while (rem >= 1 && Y >= ry) {
             const int i = (ri == m_n - 1) ? 0 : ri + 1;
             --rem;
             areaIncrementalize_y(&m_vert[ri], &m_vert[i], &r, &dr, y, Y);
-            ry = int(std::ceil(m_vert[i].ny));
+            ry = subRowOf(m_vert[i].ny);
             ri = i;
         }
         while (Y < ly && Y < ry) {
@@ -103,8 +124,8 @@ void TX_Poly::polyAreaScan_internal(TX_Window* win, int left, int, int right, in
                 hi = &l;
             }
             const int s = Y & 15;
-            const int x0 = int(std::ceil(float(lo->nx)));
-            const int x1 = int(std::floor(float(hi->nx)));
+            const int x0 = saturatingCast(std::ceil(float(lo->nx)));
+            const int x1 = saturatingCast(std::floor(float(hi->nx)));
             // A sub-span counts only when it is more than one unit wide.
             if (x1 <= x0) {
                 spans[s][0] = spans[s][1] = kEmpty;
@@ -115,7 +136,7 @@ void TX_Poly::polyAreaScan_internal(TX_Window* win, int left, int, int right, in
             if (s == 15) {
                 if (y >= win->y0 && y <= win->y1) areaScanline(y, left, right, lo, hi, win, spans);
                 clearSpans(spans);
-                ++y;
+                if (++y > win->y1) return; // nothing further down is drawn
                 stepRow(l, dl);
                 stepRow(r, dr);
             }
@@ -161,10 +182,11 @@ void TX_Poly::areaScanline(int y, int left, int, TX_Poly_vert* lo, TX_Poly_vert*
         c = int(rightMin * unit);
         d = int(rightMax * unit + 1.0f);
     }
-    // The left edge span is not cut at x1: c is pushed up to b, and d - c may come out negative,
-    // which the call-backs read as no pixels.
+    // The left edge span ends at the window too (past it lies the next row, or no memory): c is
+    // pushed up to b, and d - c may come out negative, which the call-backs read as no pixels.
     if (a < win->x0) a = win->x0;
     if (b < win->x0) b = win->x0;
+    if (b > win->x1 + 1) b = win->x1 + 1;
     if (c > win->x1) c = win->x1;
     if (c < b) c = b;
     if (d > win->x1 + 1) d = win->x1 + 1;
@@ -234,8 +256,8 @@ void TX_Poly::calcCoverage(int n, int x, int (*spans)[2]) {
             // Both end points of a sub-span count as covered.
             const int e = (hi < spans[s][1] ? hi : spans[s][1]);
             const int b = (lo > spans[s][0] ? lo : spans[s][0]);
-            const int w = e - b + 1;
-            if (w > 0) sum += w;
+            const long long w = (long long)e - b + 1; // a far-off end is far from every pixel
+            if (w > 0) sum += int(w);
         }
         m_coverage[i] = float(sum) * 0.00012207031f;
     }

@@ -4,6 +4,8 @@
 #include <cstring>
 
 namespace {
+// Rows above the window that are still walked.
+const double kWalkAbove = 4096;
 
 void stepEdge(TX_Poly_vert& p, const TX_Poly_vert& dp, unsigned long mask) {
     double* v = p.fields();
@@ -31,8 +33,17 @@ void TX_Poly::poly_scan(TX_Window* win, int left, int, int right, int) {
     if (top < 0) return;
     double const ymin = m_vert[top].sy;
 
-    // Rows whose centre y + 0.5 lies within the polygon's extent.
-    int y = int(std::ceil(ymin - 0.5));
+    // Rows whose centre y + 0.5 lies within the polygon's extent. Rows past the window are never
+    // drawn; rows far above it are not walked, the edges are set up at the window's first row.
+    const double firstRow = std::ceil(ymin - 0.5), endRow = double(win->y1) + 1.0;
+    if (firstRow >= endRow) return;
+    int y = firstRow >= double(win->y0) - kWalkAbove ? int(firstRow) : win->y0;
+    // A vertex's row is only compared with y from here on (NaN counts as passed).
+    const double passedRow = y - 1.0;
+    auto const rowOf = [&](double sy) {
+        const double r = std::floor(sy + 0.5);
+        return !(r > passedRow) ? int(passedRow) : r > endRow ? int(endRow) : int(r);
+    };
     int ly = y - 1, ry = y - 1;
     int li = top, ri = top;
     int rem = m_n;
@@ -49,7 +60,7 @@ void TX_Poly::poly_scan(TX_Window* win, int left, int, int right, int) {
             --rem;
             incrementalize_y(m_vert[li].fields(), m_vert[i].fields(), l.fields(), dl.fields(), y,
                              mask);
-            ly = int(std::floor(m_vert[i].sy + 0.5));
+            ly = rowOf(m_vert[i].sy);
             li = i;
         }
         while (rem >= 1 && y >= ry) {
@@ -57,7 +68,7 @@ void TX_Poly::poly_scan(TX_Window* win, int left, int, int right, int) {
             --rem;
             incrementalize_y(m_vert[ri].fields(), m_vert[i].fields(), r.fields(), dr.fields(), y,
                              mask);
-            ry = int(std::floor(m_vert[i].sy + 0.5));
+            ry = rowOf(m_vert[i].sy);
             ri = i;
         }
         while (y < ly && y < ry) {
@@ -68,7 +79,7 @@ void TX_Poly::poly_scan(TX_Window* win, int left, int, int right, int) {
                 else
                     scanline(y, left, right, &r, &l, win, mask);
             }
-            ++y;
+            if (++y > win->y1) return;
             stepEdge(l, dl, mask);
             stepEdge(r, dr, mask);
         }
@@ -81,6 +92,7 @@ void TX_Poly::scanline(int y, int left, int right, TX_Poly_vert* lo, TX_Poly_ver
     // Pixels whose centre x + 0.5 lies between the edges.
     const double cl = std::ceil(lo->sx - 0.5);
     const double cr = std::floor(hi->sx - 0.5);
+    if (cl > win->x1 || cr < win->x0) return;
     const int xl = cl > win->x0 ? int(cl) : win->x0;
     const int xr = cr < win->x1 ? int(cr) : win->x1;
     if (xl > xr) return;

@@ -10,6 +10,7 @@ extern "C" {
 #include <frei0r.h>
 }
 
+#include <cmath>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -38,6 +39,7 @@ struct Instance {
     std::vector<UserValue> values; // by catalogue position, in the user's units
     unsigned version = 1;          // counts changes of the values
     std::vector<std::unique_ptr<Worker>> idle;
+    double updates = 0; // frames begun, the time of a frame without a usable host time
 
     Instance(int w, int h) : width(w), height(h) {
         for (Param const& p : g_catalogue->session.params()) values.push_back(userDefault(p));
@@ -70,6 +72,12 @@ void writeParam(int type, double const* v, void* param) {
     } else {
         *static_cast<double*>(param) = v[0];
     }
+}
+
+// The host's time when the effect can take it (in its ticks of 1/100 frame, an int); ffmpeg
+// passes about -3.7e20 for a stream without timestamps, and then the frames are counted.
+double frameTime(double time, double updates) {
+    return std::fabs(time) <= 2147483647.0 / 100 ? time : updates;
 }
 
 } // namespace
@@ -152,8 +160,10 @@ void f0r_update(f0r_instance_t instance, double time, uint32_t const* inframe, u
         std::unique_ptr<Worker> worker;
         std::vector<UserValue> values;
         unsigned version;
+        double frame;
         {
             std::lock_guard guard(self->lock);
+            frame = frameTime(time, self->updates++);
             if (!self->idle.empty()) {
                 worker = std::move(self->idle.back());
                 self->idle.pop_back();
@@ -175,7 +185,7 @@ void f0r_update(f0r_instance_t instance, double time, uint32_t const* inframe, u
         Picture picture(self->width, self->height, 8);
         std::memcpy(picture.bytes.data(), inframe, bytes);
         premultiplyPicture(picture);
-        Picture result = worker->session.render(picture, {time, 0, 1.0, false});
+        Picture result = worker->session.render(picture, {frame, 0, 1.0, false});
         {
             std::lock_guard guard(self->lock);
             self->idle.push_back(std::move(worker));

@@ -241,6 +241,21 @@ TEST(Frei0rPlugin, FfmpegThroughThePluginEqualsTheCommand) {
         EXPECT_EQ(ff, readImage(d + "cli." + n + ".png", 0).picture.bytes) << "frame " << f;
         EXPECT_NE(ff, readImage(d + "in." + n + ".png", 0).picture.bytes);
     }
+    // Frames without timestamps come with a time of about -3.7e20; the plug-in counts them.
+    ASSERT_EQ(shell("FREI0R_PATH=" MIRREL_FREI0R_DIR " " MIRREL_FFMPEG " -v error -i " + d +
+                    "in.%d.png -fps_mode passthrough -vf 'setpts=-9223372036854775808,"
+                    "frei0r=filter_name=mirrel:filter_params=" +
+                    frei0rFilterParams(params, values) + "' " + d + "nopts.%d.png"),
+              0);
+    for (int f = 1; f <= 3; ++f) {
+        std::string n = std::to_string(f);
+        ASSERT_EQ(shell(std::string(MIRREL_BINARY) + " render " + d + "in." + n + ".png -o " + d +
+                        "counted." + n + ".png --frame " + std::to_string(f - 1) + sets),
+                  0);
+        EXPECT_EQ(readImage(d + "nopts." + n + ".png", 0).picture.bytes,
+                  readImage(d + "counted." + n + ".png", 0).picture.bytes)
+            << "frame " << f;
+    }
     fs::remove_all(d);
 #endif
 }
