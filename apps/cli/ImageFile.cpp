@@ -1,6 +1,7 @@
 #include "apps/cli/ImageFile.h"
 
-#include "apps/cli/TempFile.h"
+#include "apps/cli/EncodeImage.h"
+#include "apps/cli/SafeOutput.h"
 #include "apps/common/Errors.h"
 #include "apps/common/PictureAlpha.h"
 
@@ -122,13 +123,7 @@ void writeImage(std::string const& path, Picture const& picture, FileLayout cons
             std::copy_n(pixels.bytes.data() + i * 4 * cb, 3 * cb, data.data() + i * 3 * cb);
     }
 
-    TempFile temp(path);
-    if (!out->open(temp.path(), spec))
-        throw Failure("cannot write " + inQuotes(path) + ": " + out->geterror());
-    bool ok = out->write_image(typeOf(picture.depth), data.data());
-    ok = out->close() && ok;
-    if (!ok) throw Failure("cannot write " + inQuotes(path) + ": " + out->geterror());
-    temp.commit();
+    writeFileSafely(path, encodeImage(*out, path, spec, typeOf(picture.depth), data.data()));
 }
 
 Picture resizePicture(Picture const& picture, int width, int height) {

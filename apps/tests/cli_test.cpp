@@ -1,7 +1,6 @@
 #include "AppTestSupport.h"
 #include "apps/cli/ImageFile.h"
 #include "apps/cli/Progress.h"
-#include "apps/cli/TempFile.h"
 #include "apps/common/PictureAlpha.h"
 
 #include <gtest/gtest.h>
@@ -161,22 +160,6 @@ TEST(Cli, ErrorsExitWithTheirStatusAndNameWhatIsWrong) {
     // Only the input is left: no output and no temporary file from any failure.
     EXPECT_EQ(std::distance(fs::directory_iterator(s.dir), fs::directory_iterator()), 1);
     EXPECT_EQ(s.pixels("in.png"), before);
-}
-
-TEST(Cli, AnInterruptedWriteLeavesNoFile) {
-    Scratch s;
-    std::string target = s("out.png");
-    pid_t child = fork();
-    if (child == 0) {
-        TempFile temp(target);
-        std::ofstream(temp.path()) << "half a picture";
-        std::raise(SIGINT);
-        _exit(0); // not reached
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT);
-    EXPECT_TRUE(fs::is_empty(s.dir));
 }
 
 TEST(Cli, ProgressLineAndDemo) {

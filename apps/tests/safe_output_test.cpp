@@ -1,0 +1,134 @@
+#include "AppTestSupport.h"
+#include "apps/cli/ImageFile.h"
+#include "apps/cli/SafeOutput.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// The command with the write faults preloaded; the sanitizers' runtime need not come first.
+std::string const kFaulty =
+    "ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" MIRREL_WRITE_FAULT " ";
+
+struct Folder {
+    fs::path dir = scratchPath(testing::UnitTest::GetInstance()->current_test_info()->name());
+    Folder() {
+        fs::remove_all(dir);
+        fs::create_directories(dir);
+        std::string const demo = MIRREL_BINARY " demo -o " + (dir / "in.png").string();
+        EXPECT_EQ(std::system((demo + " >/dev/null").c_str()), 0);
+    }
+    ~Folder() { fs::remove_all(dir); }
+    std::string operator()(std::string const& name) const { return (dir / name).string(); }
+    std::set<std::string> names() const {
+        std::set<std::string> n;
+        for (auto const& e : fs::directory_iterator(dir)) n.insert(e.path().filename().string());
+        return n;
+    }
+    std::string bytes(std::string const& name) const {
+        std::ifstream in((*this)(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+};
+
+// Exit status and standard error of the command, run by the shell.
+std::pair<int, std::string> run(std::string const& command) {
+    std::string const err = scratchPath("safe.err");
+    int const raw = std::system((command + " >/dev/null 2>" + err).c_str());
+    std::ifstream e(err);
+    std::string text{std::istreambuf_iterator<char>(e), {}};
+    fs::remove(err);
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, text};
+}
+
+std::string render(Folder const& f, std::string const& out) {
+    return MIRREL_BINARY " render " + f("in.png") + " -o " + f(out);
+}
+
+TEST(SafeOutput, AFullDiskFailsNamingTheOutputAndKeepsTheEarlierFile) {
+    Folder f;
+    // PNG and TIFF encode in memory; JPEG's library must not end the process; SGI goes through a
+    // private file first.
+    for (std::string out : {"o.png", "o.jpg", "o.tif", "o.sgi"}) {
+        ASSERT_EQ(run(render(f, out)).first, 0) << out;
+        std::string const before = f.bytes(out);
+        auto const names = f.names();
+        for (long room : {0L, 100L}) {
+            auto [status, err] = run("MIRREL_FAULT_ENOSPC_AFTER=" + std::to_string(room) + " " +
+                                     kFaulty + render(f, out) + " --set 'Softness=10'");
+            EXPECT_EQ(status, 1) << out << err;
+            EXPECT_TRUE(contains(err, f(out)) && contains(err, "No space left")) << err;
+            EXPECT_EQ(f.bytes(out), before) << out;
+            EXPECT_EQ(f.names(), names) << out;
+        }
+    }
+}
+
+TEST(SafeOutput, LinksAtTheTemporaryNamesAreLeftAlone) {
+    Folder f;
+    std::ofstream(f("victim")) << "keep";
+    // With the shim's random bytes the k-th name tried is the prefix and eight times letter k.
+    std::string const letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+    auto const tempName = [&](int k) {
+        return tempNamePrefix("o.png", 255) + std::string(8, letters[size_t(k % 62)]) + ".tmp";
+    };
+    for (int planted : {3, 62}) { // some names taken, then every name that is tried
+        for (int k = 0; k < planted; ++k) fs::create_symlink(f("victim"), f(tempName(k)));
+        auto [status, err] = run("MIRREL_FAULT_RANDOM=1 " + kFaulty + render(f, "o.png"));
+        EXPECT_EQ(status, planted == 3 ? 0 : 1) << err;
+        EXPECT_EQ(fs::exists(f("o.png")), planted == 3);
+        EXPECT_EQ(f.bytes("victim"), "keep");
+        for (int k = 0; k < planted; ++k) EXPECT_TRUE(fs::is_symlink(f(tempName(k)))) << k;
+        for (int k = 0; k < planted; ++k) fs::remove(f(tempName(k)));
+        fs::remove(f("o.png"));
+    }
+    // Long names still leave room for the temporary name.
+    EXPECT_EQ(tempNamePrefix(std::string(250, 'n'), 255).size() + 12, 255u);
+    std::string const longName = std::string(240, 'n') + ".png";
+    EXPECT_EQ(run(render(f, longName)).first, 0);
+}
+
+TEST(SafeOutput, SignalsDuringTheWriteLeaveNoTemporaryFile) {
+    Folder f;
+    for (int sig : {SIGHUP, SIGTERM, SIGPIPE}) {
+        std::string const marker = f("writing");
+        pid_t const child = fork();
+        if (child == 0) {
+            setenv("MIRREL_FAULT_PAUSE", marker.c_str(), 1);
+            setenv("LD_PRELOAD", MIRREL_WRITE_FAULT, 1);
+            setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
+            execl(MIRREL_BINARY, "mirrel", "render", f("in.png").c_str(), "-o", f("o.png").c_str(),
+                  static_cast<char*>(nullptr));
+            _exit(127);
+        }
+        for (int i = 0; i < 200 && !fs::exists(marker); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        ASSERT_TRUE(fs::exists(marker)) << sig;
+        kill(child, sig);
+        int status = 0;
+        waitpid(child, &status, 0);
+        fs::remove(marker);
+        // A closed pipe is only an error of a write to it: the file is finished.
+        if (sig == SIGPIPE)
+            EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+        else
+            EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == sig) << status;
+        std::set<std::string> want = {"in.png"};
+        if (sig == SIGPIPE) want.insert("o.png");
+        EXPECT_EQ(f.names(), want) << sig;
+        fs::remove(f("o.png"));
+    }
+}
+
+} // namespace
