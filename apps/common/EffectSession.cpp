@@ -66,23 +66,34 @@ void EffectSession::apply(std::vector<Setting> const& settings) {
 }
 
 Picture EffectSession::render(Picture const& input, FrameRequest const& request) {
+    Picture out;
+    render(input, out, request);
+    return out;
+}
+
+void EffectSession::render(Picture const& input, Picture& out, FrameRequest const& request) {
     if (!m_pointsPresented) apply({});
     // Motion lays out even the pictures it labels R G B A as A R G B, and the plug-in reads
     // them so; a Motion host therefore hands A R G B memory in either order.
     bool argbMemory = request.argb || m_host.family() == InProcessFamily::Motion;
-    Picture in = input;
-    Picture out(input.width, input.height, input.depth);
-    if (argbMemory) rotateChannels(in, true);
+    Picture rotated;
+    if (argbMemory) {
+        rotated = input;
+        rotateChannels(rotated, true);
+    }
+    if (out.width != input.width || out.height != input.height || out.depth != input.depth)
+        out = Picture(input.width, input.height, input.depth);
     InProcessRequest r;
     r.frame = request.frame;
     r.field = request.field;
     r.scaleX = r.scaleY = request.scale;
     m_host.setCurrentTime(request.frame);
+    // The host only reads the input.
+    Picture& in = argbMemory ? rotated : const_cast<Picture&>(input);
     if (!m_host.render(imageOver(in, request.argb), imageOver(out, request.argb), r))
         throw Failure("the effect could not render the frame");
     if (argbMemory) rotateChannels(out, false);
     if (!m_host.outputPremultiplied()) premultiplyPicture(out);
-    return out;
 }
 
 void EffectSession::drawControls(Picture& picture, double frame) {

@@ -30,6 +30,8 @@ class EffectSession {
     // One frame of a premultiplied R G B A picture into one of the same size and depth,
     // premultiplied. Throws Failure if the host reports that the render failed.
     Picture render(Picture const& input, FrameRequest const& request);
+    // The same into `output`, whose memory is used again when it has the input's size and depth.
+    void render(Picture const& input, Picture& output, FrameRequest const& request);
 
     // Draws the on-screen controls over the picture, at any depth.
     void drawControls(Picture& picture, double frame);

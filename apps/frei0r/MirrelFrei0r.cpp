@@ -28,6 +28,7 @@ std::unique_ptr<Catalogue> g_catalogue;
 struct Worker {
     EffectSession session;
     unsigned version = 0;
+    Picture input, result;
 };
 
 // Hosts such as MLT render frames of one instance on several threads at once: each render takes
@@ -182,16 +183,16 @@ void f0r_update(f0r_instance_t instance, double time, uint32_t const* inframe, u
             worker->session.apply(settings);
             worker->version = version;
         }
-        Picture picture(self->width, self->height, 8);
+        // The worker's pictures keep their memory from frame to frame.
+        Picture& picture = worker->input;
+        if (picture.bytes.size() != bytes) picture = Picture(self->width, self->height, 8);
         std::memcpy(picture.bytes.data(), inframe, bytes);
         premultiplyPicture(picture);
-        Picture result = worker->session.render(picture, {frame, 0, 1.0, false});
-        {
-            std::lock_guard guard(self->lock);
-            self->idle.push_back(std::move(worker));
-        }
-        unpremultiplyPicture(result);
-        std::memcpy(outframe, result.bytes.data(), bytes);
+        worker->session.render(picture, worker->result, {frame, 0, 1.0, false});
+        unpremultiplyPicture(worker->result);
+        std::memcpy(outframe, worker->result.bytes.data(), bytes);
+        std::lock_guard guard(self->lock);
+        self->idle.push_back(std::move(worker));
     } catch (...) {
         // A frame that cannot be rendered passes through unchanged.
         std::memcpy(outframe, inframe, bytes);
