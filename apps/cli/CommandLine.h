@@ -1,8 +1,10 @@
 #pragma once
+#include "apps/preview/PreviewCommand.h"
+
 #include <string>
 #include <vector>
 
-enum class Command { Render, Demo, Params, Help, Version };
+enum class Command { Render, Demo, Params, Preview, Help, Version };
 
 // A value source in command-line order: a --set text or a --preset file.
 struct ValueSource {
@@ -34,6 +36,7 @@ struct Options {
     bool skipMissing = false; // a sequence passes over frames it cannot read
     bool quiet = false, verbose = false;
     unsigned jobs = 0; // frames rendered at once; 0 one per core
+    PreviewOptions preview;
 };
 
 // The arguments after the program name. Throws UsageError.
