@@ -4,9 +4,22 @@
 
 #include <OpenImageIO/filesystem.h>
 
+#include <cstdlib>
 #include <regex>
 
 std::vector<int> parseFrameList(std::string const& spec) {
+    // The library reads the numbers into ints and lists every frame: numbers and the count are
+    // bounded first, so that a huge range is refused instead of overflowing or filling memory.
+    long long count = 0;
+    static std::regex const kNumber("[0-9]+");
+    static std::regex const kRange("(-?[0-9]+)-(-?[0-9]+)");
+    for (std::sregex_iterator n(spec.begin(), spec.end(), kNumber), end; n != end; ++n)
+        if (n->length() > 8)
+            throw UsageError("--frames " + inQuotes(spec) + ": frame numbers up to 99999999");
+    for (std::sregex_iterator r(spec.begin(), spec.end(), kRange), end; r != end; ++r)
+        count += std::llabs(std::stoll((*r)[2]) - std::stoll((*r)[1])) + 1;
+    if (count > 1000000)
+        throw UsageError("--frames " + inQuotes(spec) + ": more than a million frames");
     std::vector<int> frames;
     if (!OIIO::Filesystem::enumerate_sequence(spec, frames) || frames.empty())
         throw UsageError("--frames " + inQuotes(spec) +

@@ -3,6 +3,7 @@
 #include "apps/cli/EncodeImage.h"
 #include "apps/cli/SafeOutput.h"
 #include "apps/common/Errors.h"
+#include "apps/common/InputFile.h"
 #include "apps/common/PictureAlpha.h"
 
 #include <OpenImageIO/imagebuf.h>
@@ -53,9 +54,7 @@ void toRGBA(std::vector<unsigned char> const& raw, int channels, int alpha, Pict
 } // namespace
 
 LoadedImage readImage(std::string const& path, int depth) {
-    std::error_code ec;
-    if (!std::filesystem::exists(path, ec))
-        throw Failure("input " + inQuotes(path) + " does not exist");
+    checkInputFile("input", path);
     // Ask for the pixels as stored, so that straight colour is premultiplied here, the same way
     // for every format.
     OIIO::ImageSpec config;

@@ -1,6 +1,7 @@
 #include "apps/common/Settings.h"
 
 #include "apps/common/Errors.h"
+#include "apps/common/InputFile.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -135,6 +136,9 @@ std::vector<Setting> presetSettings(std::vector<Param> const& params, std::strin
 }
 
 std::vector<Setting> loadPreset(std::vector<Param> const& params, std::string const& path) {
+    // A preset is a few kilobytes of JSON; the limit keeps a huge file out of memory.
+    if (checkInputFile("preset", path) > (1 << 20))
+        throw Failure("cannot read preset " + inQuotes(path) + ": larger than 1 MB");
     std::string text;
     try {
         std::ifstream in(path, std::ios::binary);

@@ -151,6 +151,10 @@ TEST(Cli, ErrorsExitWithTheirStatusAndNameWhatIsWrong) {
              {"render " + in + " -o " + s("o.%d.png") + " --frames 1-2", 2,
               "not a sequence pattern"},
              {"render " + in, 2, "-o OUTPUT"},
+             {"render " + in + " -o " + s("o.%d.png") + " --frames 0-9223372036854775807", 2,
+              "frame numbers up to"},
+             {"render " + in + " -o " + s("o.%d.png") + " --frames 0-99999999", 2,
+              "more than a million"},
              {"bogus", 2, "unknown command"},
              {"render --help", 0, ""}}) {
         Outcome r = mirrel(args);

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <set>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -129,6 +130,23 @@ TEST(SafeOutput, SignalsDuringTheWriteLeaveNoTemporaryFile) {
         EXPECT_EQ(f.names(), want) << sig;
         fs::remove(f("o.png"));
     }
+}
+
+TEST(SafeOutput, InputsThatAreNoRegularFilesAreRefusedAtOnce) {
+    Folder f;
+    ASSERT_EQ(mkfifo(f("pipe").c_str(), 0600), 0); // nothing ever writes to it
+    fs::create_directory(f("folder.png"));
+    for (auto const& [args, named] : std::vector<std::pair<std::string, std::string>>{
+             {f("pipe") + " -o " + f("o.png"), f("pipe")},
+             {f("folder.png") + " -o " + f("o.png"), "is a folder"},
+             {"/dev/zero -o " + f("o.png"), "/dev/zero"},
+             {f("in.png") + " -o " + f("o.png") + " --preset /dev/zero", "/dev/zero"},
+             {f("in.png") + " -o " + f("o.png") + " --preset " + f("pipe"), f("pipe")}}) {
+        auto [status, err] = run("timeout 20 " MIRREL_BINARY " render " + args);
+        EXPECT_EQ(status, 1) << args << err;
+        EXPECT_TRUE(contains(err, named)) << err;
+    }
+    EXPECT_FALSE(fs::exists(f("o.png")));
 }
 
 } // namespace
