@@ -167,6 +167,7 @@ Options parseArguments(std::vector<std::string> const& given) {
     CLI::App* render = addRender(app, o, choices);
     CLI::App* demo = addDemo(app, o);
     CLI::App* params = addParams(app, o);
+    CLI::App* preview = addPreviewCommand(app, o.preview);
 
     if (args[0].empty() || args[0][0] != '-') {
         std::string known;
@@ -217,6 +218,8 @@ Options parseArguments(std::vector<std::string> const& given) {
         if (o.output.empty()) o.output = "mirrel-demo.png";
     } else if (params->parsed()) {
         o.command = Command::Params;
+    } else if (preview->parsed()) {
+        o.command = Command::Preview;
     } else {
         throw UsageError("no command given; try mirrel --help");
     }

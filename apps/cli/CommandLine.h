@@ -1,8 +1,10 @@
 #pragma once
+#include "apps/preview/PreviewCommand.h"
+
 #include <string>
 #include <vector>
 
-enum class Command { Render, Demo, Params, Help, Version };
+enum class Command { Render, Demo, Params, Preview, Help, Version };
 
 // A value source in command-line order: a --set text or a --preset file.
 struct ValueSource {
@@ -26,6 +28,7 @@ struct Options {
     int field = 0;
     bool showControls = false;
     bool json = false;
+    PreviewOptions preview;
 };
 
 // The arguments after the program name. Throws UsageError.

@@ -1,5 +1,6 @@
 #include "apps/cli/Mirrel.h"
 
+#include "apps/cli/ImageFile.h"
 #include "apps/cli/ParamsListing.h"
 #include "apps/common/Errors.h"
 
@@ -34,6 +35,12 @@ int runMirrel(std::vector<std::string> const& args, std::ostream& out, std::ostr
         }
         case Command::Render:
             renderCommand(o);
+            break;
+        case Command::Preview:
+            previewCommand(
+                o.preview,
+                {[](std::string const& path) { return readImage(path, 0).picture; }, resizePicture},
+                out);
             break;
         case Command::Demo:
             demoCommand(o);

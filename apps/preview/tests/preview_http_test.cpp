@@ -1,0 +1,274 @@
+#include "PreviewTestSupport.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <set>
+
+namespace {
+
+struct Point {
+    double x, y;
+};
+
+Point pointOf(json const& state, std::string const& label) {
+    json v = paramOf(state, label)["value"];
+    return {v[0].get<double>(), v[1].get<double>()};
+}
+
+// Press at `from`, move in steps by (dx, dy) on a canvas shown at twice the frame's size, release.
+void drag(Served& s, Point from, double dx, double dy) {
+    ASSERT_EQ(
+        s.post(
+             "/api/mouse",
+             json{{"type", "down"}, {"x", from.x}, {"y", from.y}, {"width", 320}, {"height", 240}})
+            .first,
+        200);
+    for (int step = 1; step <= 3; ++step)
+        ASSERT_EQ(s.post("/api/mouse", json{{"type", "drag"},
+                                            {"x", from.x + dx * step / 3},
+                                            {"y", from.y + dy * step / 3}})
+                      .first,
+                  200);
+    ASSERT_EQ(
+        s.post("/api/mouse", json{{"type", "up"}, {"x", from.x + dx}, {"y", from.y + dy}}).first,
+        200);
+}
+
+std::string const kPoints[] = {"Baseline Start", "Baseline End", "Height and Slant", "Translate"};
+
+TEST(PreviewHttp, ADragMovesWhatItsShapeMovesAndNothingElse) {
+    struct Case {
+        char const* what;
+        std::function<Point(json const&)> press;
+        std::set<std::string> moved;
+    };
+    auto along = [](json const& st, std::string const& a, std::string const& b, double t) {
+        Point p = pointOf(st, a), q = pointOf(st, b);
+        return Point{p.x + (q.x - p.x) * t, p.y + (q.y - p.y) * t};
+    };
+    std::set<std::string> const baseline = {"Baseline Start", "Baseline End", "Height and Slant"};
+    Case const cases[] = {
+        {"end handle",
+         [](json const& st) { return pointOf(st, "Baseline End"); },
+         {"Baseline End"}},
+        {"start handle",
+         [](json const& st) { return pointOf(st, "Baseline Start"); },
+         {"Baseline Start"}},
+        {"height handle",
+         [](json const& st) { return pointOf(st, "Height and Slant"); },
+         {"Height and Slant"}},
+        {"baseline",
+         [&](json const& st) { return along(st, "Baseline Start", "Baseline End", 0.3); },
+         baseline},
+        {"height line",
+         [&](json const& st) {
+             Point m = along(st, "Baseline Start", "Baseline End", 0.5);
+             Point h = pointOf(st, "Height and Slant");
+             return Point{(m.x + h.x) / 2, (m.y + h.y) / 2};
+         },
+         baseline},
+        {"translate handle",
+         [](json const& st) { return pointOf(st, "Translate"); },
+         {"Translate"}},
+    };
+    Scratch scratch;
+    std::string input = writeSample(scratch("in.png"));
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.what);
+        Served s(input);
+        json before = s.state();
+        drag(s, c.press(before), 0.05, -0.1);
+        json after = s.state();
+        auto was = valuesOf(before), now = valuesOf(after);
+        for (auto const& [label, value] : was) {
+            if (!c.moved.count(label)) {
+                EXPECT_EQ(now[label], value) << label;
+                continue;
+            }
+            EXPECT_NEAR(now[label][0].get<double>(), value[0].get<double>() + 0.05, 1e-12) << label;
+            EXPECT_NEAR(now[label][1].get<double>(), value[1].get<double>() - 0.1, 1e-12) << label;
+        }
+    }
+}
+
+TEST(PreviewHttp, TheFrameFollowsTheDragAndEqualsTheExportedRender) {
+    Scratch scratch;
+    std::string input = writeSample(scratch("in.png"));
+    Served s(input);
+    ASSERT_EQ(s.post("/api/value", json{{"label", "Fade Length"}, {"value", 60}}).first, 200);
+    ASSERT_EQ(s.post("/api/value", json{{"label", "Bend"}, {"value", true}}).first, 200);
+    ASSERT_EQ(s.post("/api/value", json{{"label", "Bend Angle"}, {"value", 30.5}}).first, 200);
+    Picture before = decodePng(s.bytes("/api/frame.png?controls=0"));
+
+    json st = s.state();
+    Point end = pointOf(st, "Baseline End");
+    ASSERT_EQ(
+        s.post("/api/mouse",
+               json{{"type", "down"}, {"x", end.x}, {"y", end.y}, {"width", 160}, {"height", 120}})
+            .first,
+        200);
+    ASSERT_EQ(s.post("/api/mouse", json{{"type", "drag"}, {"x", end.x + 0.1}, {"y", end.y - 0.123}})
+                  .first,
+              200);
+    Picture proxy = decodePng(s.bytes("/api/frame.png?proxy=1"));
+    EXPECT_EQ(proxy.width, 80);
+    EXPECT_EQ(proxy.height, 60);
+    ASSERT_EQ(
+        s.post("/api/mouse", json{{"type", "up"}, {"x", end.x + 0.1}, {"y", end.y - 0.123}}).first,
+        200);
+    Picture after = decodePng(s.bytes("/api/frame.png?controls=0"));
+    ASSERT_EQ(after.width, 160);
+    EXPECT_NE(after.bytes, before.bytes);
+
+    // The preset through `mirrel render --preset`, and the exported command line as a shell
+    // runs it, in a folder where the output it names lands.
+    std::string preset = s.bytes("/api/preset");
+    { std::ofstream(scratch("preset.json")) << preset; }
+    std::string viaPreset = scratch("via-preset.png");
+    ASSERT_EQ(std::system((std::string(MIRREL_BINARY) + " render " + input + " -o " + viaPreset +
+                           " --preset " + scratch("preset.json"))
+                              .c_str()),
+              0);
+    EXPECT_EQ(straightPixels(viaPreset).bytes, after.bytes);
+
+    json exported = s.get("/api/export");
+    EXPECT_EQ(exported["preset"], json::parse(preset));
+    std::string bin = fs::path(MIRREL_BINARY).parent_path().string();
+    std::string run = "cd " + scratch.dir.string() + " && PATH=" + bin + ":$PATH " +
+                      exported["command"].get<std::string>();
+    ASSERT_EQ(std::system(run.c_str()), 0) << run;
+    EXPECT_EQ(straightPixels(scratch("in-mirrel.png")).bytes, after.bytes);
+    EXPECT_NE(exported["ffmpeg"].get<std::string>().find("filter_name=mirrel:filter_params="),
+              std::string::npos);
+}
+
+TEST(PreviewHttp, SwitchesEnableTheParametersTheyGovern) {
+    struct Case {
+        char const* label;
+        json on, off;
+        std::vector<std::string> governed;
+    };
+    Case const cases[] = {
+        {"Bend",
+         true,
+         false,
+         {"Bend Angle", "Bend Start", "Bend Stretch", "Seam Style", "Seam Size", "Seam Intensity",
+          "Seam Color"}},
+        {"Motion Blur", "On", "Off", {"Shutter Angle", "Shutter Phase", "Samples"}},
+        {"Transfer Mode", "Screen", "None", {"Source Opacity"}},
+    };
+    Scratch scratch;
+    Served s(writeSample(scratch("in.png")));
+    auto enabled = [&](json const& st) {
+        std::map<std::string, bool> e;
+        for (auto const& g : st["groups"])
+            for (auto const& p : g["params"]) e[p["label"]] = p["enabled"];
+        return e;
+    };
+    for (Case const& c : cases) {
+        SCOPED_TRACE(c.label);
+        for (bool on : {true, false, true}) {
+            auto was = enabled(s.state());
+            auto [status, st] =
+                s.post("/api/value", json{{"label", c.label}, {"value", on ? c.on : c.off}});
+            ASSERT_EQ(status, 200);
+            auto now = enabled(st);
+            for (auto const& [label, e] : was) {
+                bool governed = std::count(c.governed.begin(), c.governed.end(), label) > 0;
+                EXPECT_EQ(now[label], governed ? on : e) << label;
+            }
+        }
+    }
+}
+
+TEST(PreviewHttp, BadRequestsAnswer4xxAndChangeNothing) {
+    Scratch scratch;
+    Served s(writeSample(scratch("in.png")));
+    struct Case {
+        char const* path;
+        std::string body;
+        int status;
+    };
+    auto j = [](json const& v) { return v.dump(); };
+    Case const cases[] = {
+        {"/api/value", j({{"label", "Fade Lenght"}, {"value", 60}}), 404},
+        {"/api/value", j({{"label", "3D Transform"}, {"value", 1}}), 404},
+        {"/api/value", j({{"label", "Fade Length"}, {"value", 500.5}}), 400},
+        {"/api/value", j({{"label", "Zoom"}, {"value", -1000.01}}), 400},
+        {"/api/value", j({{"label", "Random Seed"}, {"value", 2.5}}), 400},
+        {"/api/value", j({{"label", "Transfer Mode"}, {"value", "Sideways"}}), 400},
+        {"/api/value", j({{"label", "Baseline End"}, {"value", {0.5}}}), 400},
+        {"/api/value", j({{"label", "Seam Color"}, {"value", {0.5, 1.5, 0}}}), 400},
+        {"/api/value", j({{"label", "Zoom"}, {"value", 2}, {"key", "yes"}}), 400},
+        {"/api/value", j({{"label", "Zoom"}}), 400},
+        {"/api/value", "{\"label\": \"Zoom\", \"value\": ", 400},
+        {"/api/value", "[1, 2]", 400},
+        {"/api/frame", j({{"frame", 3}}), 400},
+        {"/api/mouse", j({{"type", "wiggle"}, {"x", 0.5}, {"y", 0.5}}), 400},
+        {"/api/mouse", j({{"type", "down"}, {"x", 0.5}, {"y", 0.5}}), 400},
+        {"/api/mouse", j({{"type", "down"}, {"x", 0.5}, {"y", "top"}, {"width", 9}, {"height", 9}}),
+         400},
+        {"/api/mouse", j({{"type", "drag"}, {"x", 0.9}, {"y", 0.9}}), 409},
+        {"/api/mouse", j({{"type", "up"}, {"x", 0.9}, {"y", 0.9}}), 409},
+        {"/api/save", "{}", 409},
+        {"/api/nothing", "{}", 404},
+    };
+    json before = s.state();
+    std::string frame = s.bytes("/api/frame.png");
+    for (Case const& c : cases) {
+        SCOPED_TRACE(std::string(c.path) + " " + c.body);
+        auto [status, answer] = s.post(c.path, c.body);
+        EXPECT_EQ(status, c.status);
+        if (std::string(c.path) != "/api/nothing") {
+            EXPECT_TRUE(answer.contains("error"));
+        }
+        EXPECT_EQ(s.state(), before);
+    }
+    EXPECT_EQ(s.bytes("/api/frame.png"), frame);
+}
+
+TEST(PreviewHttp, KeysAreSetAtThePlayheadOfASequence) {
+    Scratch scratch;
+    for (int f : {1, 2, 4}) writeSample(scratch("shot." + std::to_string(f) + ".png"), 48, 32, f);
+    std::string save = scratch("look.json");
+    Served s(scratch("shot.%d.png"), save);
+    EXPECT_EQ(s.state()["frames"], json({1, 2, 4}));
+    ASSERT_EQ(s.post("/api/frame", json{{"frame", 4}}).first, 200);
+    ASSERT_EQ(s.post("/api/value", json{{"label", "Zoom"}, {"value", 2}, {"key", true}}).first,
+              200);
+    ASSERT_EQ(s.post("/api/frame", json{{"frame", 1}}).first, 200);
+    // An animated parameter takes a key wherever it is edited.
+    auto [status, st] = s.post("/api/value", json{{"label", "Zoom"}, {"value", 1}});
+    ASSERT_EQ(status, 200);
+    EXPECT_EQ(paramOf(st, "Zoom")["keys"], json({1, 4}));
+    ASSERT_EQ(s.post("/api/frame", json{{"frame", 2}}).first, 200);
+    EXPECT_NEAR(paramOf(s.state(), "Zoom")["value"].get<double>(), 4.0 / 3, 1e-12);
+
+    json preset = s.get("/api/preset");
+    EXPECT_EQ(preset, json({{"Zoom", {{1, 1}, {4, 2}}}}));
+    std::string command = s.get("/api/export")["command"];
+    EXPECT_NE(command.find("--frames 1-2,4"), std::string::npos) << command;
+    EXPECT_NE(command.find("Zoom@4=2"), std::string::npos) << command;
+    std::string bin = fs::path(MIRREL_BINARY).parent_path().string();
+    ASSERT_EQ(std::system(("cd " + scratch.dir.string() + " && PATH=" + bin + ":$PATH " + command +
+                           " 2>/dev/null")
+                              .c_str()),
+              0)
+        << command;
+    for (char const* out : {"shot.1-mirrel.png", "shot.2-mirrel.png", "shot.4-mirrel.png"})
+        EXPECT_TRUE(fs::exists(scratch(out))) << out;
+
+    auto [saved, answer] = s.post("/api/save", std::string("{}"));
+    ASSERT_EQ(saved, 200);
+    std::ifstream in(save);
+    EXPECT_EQ(json::parse(in), preset);
+    size_t files = 0;
+    for (auto const& e : fs::directory_iterator(scratch.dir)) files += e.is_regular_file();
+    EXPECT_EQ(files, 7u); // three frames, three renders and the preset, no temporary left
+
+    ASSERT_EQ(s.post("/api/keys/clear", json{{"label", "Zoom"}}).first, 200);
+    EXPECT_EQ(s.get("/api/preset"), json({{"Zoom", 4.0 / 3}}));
+}
+
+} // namespace
