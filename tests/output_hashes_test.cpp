@@ -52,11 +52,13 @@ void fillPicture(HostPicture& p) {
             unsigned char* px = p.row(y) + x * p.image.pixelBytes();
             for (int i = 0; i < 4; ++i) {
                 int const at = alphaFirst ? (i + 1) % 4 : i;
+                // Alpha passes full scale in a band; its integers wrap, leaving colour above
+                // alpha there, an edge the effect meets in the wild.
                 if (p.image.depth == 8)
-                    px[at] = (unsigned char)(ch[i] * 255.0 + 0.5);
+                    px[at] = (unsigned char)int(ch[i] * 255.0 + 0.5);
                 else if (p.image.depth == 16)
                     reinterpret_cast<unsigned short*>(px)[at] =
-                        (unsigned short)(ch[i] * 65535.0 + 0.5);
+                        (unsigned short)int(ch[i] * 65535.0 + 0.5);
                 else
                     reinterpret_cast<float*>(px)[at] = float(ch[i]);
             }
