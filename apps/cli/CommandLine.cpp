@@ -130,6 +130,11 @@ CLI::App* addRender(CLI::App& app, Options& o, RenderChoices& c) {
                      "frames of a sequence rendered at once (default: one per core)")
         ->check(CLI::Range(1u, 1024u))
         ->type_name("N");
+    render
+        ->add_option("--max-pixels", o.maxPixels,
+                     "largest input picture read, in pixels (default 100000000)")
+        ->check(CLI::PositiveNumber)
+        ->type_name("N");
     CLI::Option* quiet =
         render->add_flag("-q,--quiet", o.quiet, "no progress, no summary: errors only");
     render->add_flag("-v,--verbose", o.verbose, "a line for each frame written")->excludes(quiet);

@@ -1,4 +1,5 @@
 #pragma once
+#include "apps/cli/ImageFile.h"
 #include "apps/preview/PreviewCommand.h"
 
 #include <string>
@@ -35,7 +36,8 @@ struct Options {
     bool json = false;
     bool skipMissing = false; // a sequence passes over frames it cannot read
     bool quiet = false, verbose = false;
-    unsigned jobs = 0; // frames rendered at once; 0 one per core
+    unsigned jobs = 0;                                // frames rendered at once; 0 one per core
+    unsigned long long maxPixels = kDefaultMaxPixels; // largest input picture read
     PreviewOptions preview;
 };
 

@@ -112,7 +112,24 @@ bool hasTransparency(Picture const& picture) {
     return false;
 }
 
-LoadedImage readImage(std::string const& path, int depth) {
+namespace {
+
+void checkPixelCount(std::string const& path, OIIO::ImageSpec const& spec,
+                     unsigned long long maxPixels) {
+    unsigned long long data = (unsigned long long)spec.width * (unsigned long long)spec.height;
+    unsigned long long display = hasDisplayWindow(spec) ? (unsigned long long)spec.full_width *
+                                                              (unsigned long long)spec.full_height
+                                                        : 0;
+    unsigned long long n = std::max(data, display);
+    if (n > maxPixels)
+        throw Failure("cannot read " + inQuotes(path) + ": " + std::to_string(n) +
+                      " pixels, more than the limit of " + std::to_string(maxPixels) +
+                      " (--max-pixels raises it)");
+}
+
+} // namespace
+
+LoadedImage readImage(std::string const& path, int depth, unsigned long long maxPixels) {
     checkInputFile("input", path);
     // Ask for the pixels as stored, so that straight colour is premultiplied here, the same way
     // for every format.
@@ -125,32 +142,37 @@ LoadedImage readImage(std::string const& path, int depth) {
         throw Failure("cannot read " + inQuotes(path) + ": not a flat picture");
     if (spec.width > 32768 || spec.height > 32768)
         throw Failure("cannot read " + inQuotes(path) + ": larger than 32768 pixels on a side");
+    checkPixelCount(path, spec, maxPixels);
+    try {
+        LoadedImage out;
+        FileLayout& l = out.layout;
+        l.depth = depthOf(spec.format);
+        l.half = spec.format == OIIO::TypeDesc::HALF;
+        l.hasAlpha = spec.alpha_channel >= 0 || spec.nchannels == 2 || spec.nchannels >= 4;
+        int alpha = spec.alpha_channel >= 0 ? spec.alpha_channel
+                    : spec.nchannels == 2   ? 1
+                    : spec.nchannels >= 4   ? 3
+                                            : -1;
+        l.channels = l.hasAlpha ? 4 : 3;
+        l.straight = l.hasAlpha && spec.get_int_attribute("oiio:UnassociatedAlpha", 0) != 0;
 
-    LoadedImage out;
-    FileLayout& l = out.layout;
-    l.depth = depthOf(spec.format);
-    l.half = spec.format == OIIO::TypeDesc::HALF;
-    l.hasAlpha = spec.alpha_channel >= 0 || spec.nchannels == 2 || spec.nchannels >= 4;
-    int alpha = spec.alpha_channel >= 0 ? spec.alpha_channel
-                : spec.nchannels == 2   ? 1
-                : spec.nchannels >= 4   ? 3
-                                        : -1;
-    l.channels = l.hasAlpha ? 4 : 3;
-    l.straight = l.hasAlpha && spec.get_int_attribute("oiio:UnassociatedAlpha", 0) != 0;
+        l.source = std::make_shared<OIIO::ImageSpec const>(spec);
+        l.format = in->format_name();
 
-    l.source = std::make_shared<OIIO::ImageSpec const>(spec);
-    l.format = in->format_name();
-
-    int work = depth ? depth : l.depth;
-    Picture data(spec.width, spec.height, work);
-    std::vector<unsigned char> raw(size_t(spec.width) * size_t(spec.height) *
-                                   size_t(spec.nchannels) * size_t(work / 8));
-    if (!in->read_image(0, 0, 0, spec.nchannels, typeOf(work), raw.data()))
-        throw Failure("cannot read " + inQuotes(path) + ": " + in->geterror());
-    toRGBA(raw, spec.nchannels, alpha, data);
-    if (l.straight) premultiplyPicture(data);
-    out.picture = displayWindow(std::move(data), spec);
-    return out;
+        int work = depth ? depth : l.depth;
+        Picture data(spec.width, spec.height, work);
+        std::vector<unsigned char> raw(size_t(spec.width) * size_t(spec.height) *
+                                       size_t(spec.nchannels) * size_t(work / 8));
+        if (!in->read_image(0, 0, 0, spec.nchannels, typeOf(work), raw.data()))
+            throw Failure("cannot read " + inQuotes(path) + ": " + in->geterror());
+        toRGBA(raw, spec.nchannels, alpha, data);
+        if (l.straight) premultiplyPicture(data);
+        out.picture = displayWindow(std::move(data), spec);
+        return out;
+    } catch (std::bad_alloc const&) {
+        throw Failure("cannot read " + inQuotes(path) + ": not enough memory for its " +
+                      std::to_string(spec.width) + "x" + std::to_string(spec.height) + " pixels");
+    }
 }
 
 bool formatKeepsStraightAlpha(std::string const& path) {

@@ -26,9 +26,14 @@ struct LoadedImage {
     FileLayout layout;
 };
 
+// Pictures larger than this are refused from the header, before any memory is taken: a small
+// file can claim a size that would take gigabytes. 8K UHD is about 33 million pixels.
+constexpr unsigned long long kDefaultMaxPixels = 100'000'000ULL;
+
 // Reads a file at the given working depth (0: the file's own, half floats as 32). Throws
-// Failure naming the file.
-LoadedImage readImage(std::string const& path, int depth);
+// Failure naming the file, also when its data or display window has more than maxPixels pixels.
+LoadedImage readImage(std::string const& path, int depth,
+                      unsigned long long maxPixels = kDefaultMaxPixels);
 
 // The size of the picture readImage would give, from the file's header; 0 by 0 when the file
 // cannot be read.

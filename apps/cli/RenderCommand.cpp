@@ -171,7 +171,7 @@ void renderSequence(Options const& o, std::vector<Setting> const& settings,
             }
             LoadedImage img;
             try {
-                img = readImage(inputs[i], o.depth);
+                img = readImage(inputs[i], o.depth, o.maxPixels);
                 size.check(inputs[i], img.picture);
             } catch (Failure const& e) {
                 if (o.skipMissing) {
@@ -237,6 +237,6 @@ void renderCommand(Options const& o, std::ostream& err) {
     if (o.sequence) return renderSequence(o, settings, session.params(), err);
     refuseInputAsOutput(o.input, o.output);
     session.apply(settings);
-    renderLoaded(session, o, readImage(o.input, o.depth), o.input, o.output, o.frame);
+    renderLoaded(session, o, readImage(o.input, o.depth, o.maxPixels), o.input, o.output, o.frame);
     if (o.verbose) err << "mirrel: wrote " << o.output << "\n";
 }

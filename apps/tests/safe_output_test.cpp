@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
+#include <tuple>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -145,6 +146,50 @@ TEST(SafeOutput, InputsThatAreNoRegularFilesAreRefusedAtOnce) {
         auto [status, err] = run("timeout 20 " MIRREL_BINARY " render " + args);
         EXPECT_EQ(status, 1) << args << err;
         EXPECT_TRUE(contains(err, named)) << err;
+    }
+    EXPECT_FALSE(fs::exists(f("o.png")));
+}
+
+// A PNG of a few bytes whose header claims width x height, 16-bit RGBA.
+std::string pngHeaderOnly(uint32_t width, uint32_t height) {
+    auto crc = [](std::string const& b) {
+        uint32_t c = 0xffffffffu;
+        for (unsigned char ch : b) {
+            c ^= ch;
+            for (int k = 0; k < 8; ++k) c = (c >> 1) ^ (0xedb88320u & (0u - (c & 1u)));
+        }
+        return c ^ 0xffffffffu;
+    };
+    auto be = [](uint32_t v) {
+        return std::string{char(v >> 24), char(v >> 16), char(v >> 8), char(v)};
+    };
+    auto chunk = [&](std::string const& type, std::string const& data) {
+        return be(uint32_t(data.size())) + type + data + be(crc(type + data));
+    };
+    return std::string("\x89PNG\r\n\x1a\n", 8) +
+           chunk("IHDR", be(width) + be(height) + std::string("\x10\x06\0\0\0", 5)) +
+           chunk("IDAT", std::string("\x78\x9c\x03\0", 4)) + chunk("IEND", "");
+}
+
+// A refusal that allocated first would take gigabytes; the address sanitizer reserves more than
+// any cap, so its build goes without.
+#ifdef __SANITIZE_ADDRESS__
+std::string const kMemoryCap;
+#else
+std::string const kMemoryCap = "ulimit -v 3000000; ";
+#endif
+
+TEST(SafeOutput, PicturesOverThePixelLimitAreRefusedFromTheHeader) {
+    Folder f;
+    std::ofstream(f("huge.png"), std::ios::binary) << pngHeaderOnly(16384, 16384);
+    for (auto const& [args, status, named] : std::vector<std::tuple<std::string, int, std::string>>{
+             {f("huge.png"), 1, "268435456 pixels"},
+             {f("in.png") + " --max-pixels 1000", 1, "limit of 1000"},
+             {f("in.png") + " --max-pixels 0", 2, "max-pixels"}}) {
+        auto [got, err] =
+            run(kMemoryCap + "timeout 20 " MIRREL_BINARY " render " + args + " -o " + f("o.png"));
+        EXPECT_EQ(got, status) << args << err;
+        EXPECT_TRUE(contains(err, named)) << args << err;
     }
     EXPECT_FALSE(fs::exists(f("o.png")));
 }
