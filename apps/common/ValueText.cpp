@@ -153,19 +153,19 @@ UserValue valueFromJson(Param const& p, nlohmann::ordered_json const& v) {
     return parseValue(p, joined);
 }
 
-std::string formatValue(Param const& p, UserValue const& v) {
+std::string formatValue(Param const& p, UserValue const& v, std::string (*number)(double)) {
     switch (p.kind) {
     case ParamKind::Toggle:
         return v[0] != 0.0 ? "on" : "off";
     case ParamKind::Popup: {
         size_t i = size_t(v[0]);
-        return i < p.entries.size() ? p.entries[i] : formatNumber(v[0]);
+        return i < p.entries.size() ? p.entries[i] : number(v[0]);
     }
     case ParamKind::Point:
-        return formatNumber(v[0]) + "," + formatNumber(v[1]);
+        return number(v[0]) + "," + number(v[1]);
     case ParamKind::Color:
-        return formatNumber(v[0]) + "," + formatNumber(v[1]) + "," + formatNumber(v[2]);
+        return number(v[0]) + "," + number(v[1]) + "," + number(v[2]);
     default:
-        return formatNumber(v[0]);
+        return number(v[0]);
     }
 }

@@ -25,6 +25,7 @@ UserValue parseValue(Param const& p, std::string const& text);
 // any of the text forms.
 UserValue valueFromJson(Param const& p, nlohmann::ordered_json const& v);
 
-// The value as parseValue reads it back.
-std::string formatValue(Param const& p, UserValue const& v);
 std::string formatNumber(double v);
+// The value as parseValue reads it back, its numbers written by the given formatter.
+std::string formatValue(Param const& p, UserValue const& v,
+                        std::string (*number)(double) = formatNumber);

@@ -46,35 +46,9 @@ nlohmann::json jsonFromUser(Param const& p, UserValue const& v, bool labels) {
 }
 
 UserValue userFromJson(Param const& p, nlohmann::json const& v) {
-    std::string text;
-    if (v.is_string()) {
-        text = v.get<std::string>();
-    } else if (v.is_boolean()) {
-        text = v.get<bool>() ? "on" : "off";
-    } else if (v.is_number()) {
-        text = exactNumber(v.get<double>());
-    } else if (v.is_array()) {
-        for (size_t i = 0; i < v.size(); ++i) {
-            if (!v[i].is_number())
-                throw UsageError(inQuotes(p.name) + ": a list value holds numbers only");
-            text += (i ? "," : "") + exactNumber(v[i].get<double>());
-        }
-    } else {
-        throw UsageError(inQuotes(p.name) + ": a value is a number, text, true/false or a list");
-    }
-    return parseValue(p, text);
+    return valueFromJson(p, nlohmann::ordered_json(v));
 }
 
 std::string exactValueText(Param const& p, UserValue const& v) {
-    switch (p.kind) {
-    case ParamKind::Toggle:
-    case ParamKind::Popup:
-        return formatValue(p, v);
-    case ParamKind::Point:
-        return exactNumber(v[0]) + "," + exactNumber(v[1]);
-    case ParamKind::Color:
-        return exactNumber(v[0]) + "," + exactNumber(v[1]) + "," + exactNumber(v[2]);
-    default:
-        return exactNumber(v[0]);
-    }
+    return formatValue(p, v, exactNumber);
 }
