@@ -254,7 +254,47 @@ template <class C> inline C coverRound(C v, float coverage) {
         return C(int(float(v) * coverage + 0.5f));
 }
 
+// One pixel p of a span of the 4 by 4 sampler, rounded and clamped to the settings' range.
+template <class C, int NCH>
+MIRREL_INLINE void cubic4x4Pixel(const RenderSettings* s, const Source<C>& src,
+                                 const SpanCoords& co, int p, C* d) {
+    float x, y, sum[NCH];
+    co.at(p, x, y);
+    sample4x4<C, NCH>(src, s->kernelLut, x, y, sum);
+    const int minV = s->minValue, maxV = s->maxValue;
+    for (int k = 0; k < NCH; ++k) {
+        if constexpr (isFloat<C>) {
+            d[k] = sum[k];
+        } else if constexpr (NCH == 4) {
+            int v = int(sum[k] + 0.5f);
+            d[k] = C(v < minV ? minV : (v > maxV ? maxV : v));
+        } else {
+            d[k] = roundHalf<C>(sum[k]);
+        }
+    }
+}
+
 } // namespace linefunc_detail
+
+// The 4 by 4 table-weighted span, one pixel at a time: the reference every faster form equals.
+template <class C, int NCH>
+void cubic4x4SpanPortable(const RenderSettings* s, LineRenderStruct* line) {
+    using namespace linefunc_detail;
+    const Source<C> src(s);
+    const SpanCoords co(line);
+    C* d = reinterpret_cast<C*>(line->dest + std::ptrdiff_t(line->leftCount) * s->srcPixelBytes);
+    const int n = line->count;
+    for (int p = 0; p < n; ++p, d += NCH) cubic4x4Pixel<C, NCH>(s, src, co, p, d);
+    advance(line);
+}
+
+// The four-channel span, by processor: chosen once per process (MIRREL_CPU=baseline keeps the
+// portable form, so both can be checked against the same outputs).
+template <class C> using Cubic4x4Span = void (*)(const RenderSettings*, LineRenderStruct*);
+template <class C> Cubic4x4Span<C> chosenCubic4x4Span();
+// The AVX2 form: two pixels a register, each with the portable arithmetic. Null where the
+// processor or the build has no AVX2.
+template <class C> Cubic4x4Span<C> cubic4x4SpanAvx2();
 
 template <class C> struct LineFuncCP {
     using Src = linefunc_detail::Source<C>;
@@ -392,29 +432,10 @@ template <class C> struct LineFuncCP {
     }
 
     template <int NCH> static void biCubic4x4Span(void* sp, LineRenderStruct* line) {
-        const RenderSettings* s = settingsOf(sp);
-        const Src src(s);
-        const Coords co(line);
-        C* d = destOf(s, line);
-        const int n = line->count;
-        const float* lut = s->kernelLut;
-        const int minV = s->minValue, maxV = s->maxValue;
-        for (int p = 0; p < n; ++p, d += NCH) {
-            float x, y, sum[NCH];
-            co.at(p, x, y);
-            linefunc_detail::sample4x4<C, NCH>(src, lut, x, y, sum);
-            for (int k = 0; k < NCH; ++k) {
-                if constexpr (linefunc_detail::isFloat<C>) {
-                    d[k] = sum[k];
-                } else if constexpr (NCH == 4) {
-                    int v = int(sum[k] + 0.5f);
-                    d[k] = C(v < minV ? minV : (v > maxV ? maxV : v));
-                } else {
-                    d[k] = linefunc_detail::roundHalf<C>(sum[k]);
-                }
-            }
-        }
-        linefunc_detail::advance(line);
+        if constexpr (NCH == 4)
+            chosenCubic4x4Span<C>()(settingsOf(sp), line);
+        else
+            cubic4x4SpanPortable<C, 1>(settingsOf(sp), line);
     }
 
     static int biCubicFunc_4x4(void* s, LineRenderStruct* line) {

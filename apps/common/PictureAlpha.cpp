@@ -1,8 +1,49 @@
 #include "apps/common/PictureAlpha.h"
 
+#include <array>
 #include <cstring>
 
 namespace {
+
+// 8-bit conversions read a table of the formula's own integers, [alpha][colour]; opaque pixels,
+// which the formulas leave unchanged, are copied.
+using Table8 = std::array<uint8_t, 256 * 256>;
+
+Table8 const& premultiplyTable() {
+    static Table8 const table = [] {
+        Table8 t;
+        for (uint32_t a = 0; a < 256; ++a)
+            for (uint32_t c = 0; c < 256; ++c) t[a * 256 + c] = uint8_t((c * a + 127) / 255);
+        return t;
+    }();
+    return table;
+}
+
+Table8 const& unpremultiplyTable() {
+    static Table8 const table = [] {
+        Table8 t;
+        for (uint32_t a = 0; a < 256; ++a)
+            for (uint32_t c = 0; c < 256; ++c) {
+                uint32_t v = a == 0 ? 0 : (c * 255 + a / 2) / a;
+                t[a * 256 + c] = uint8_t(v > 255 ? 255 : v);
+            }
+        return t;
+    }();
+    return table;
+}
+
+// src and dst may be the same memory.
+void convert8(uint8_t const* src, uint8_t* dst, size_t pixels, Table8 const& table) {
+    for (size_t i = 0; i < pixels; ++i, src += 4, dst += 4) {
+        uint8_t const a = src[3];
+        if (a == 255) {
+            if (src != dst) std::memcpy(dst, src, 4);
+            continue;
+        }
+        uint8_t const* row = table.data() + a * 256;
+        dst[0] = row[src[0]], dst[1] = row[src[1]], dst[2] = row[src[2]], dst[3] = a;
+    }
+}
 
 template <class T> T* channels(Picture& p) {
     return reinterpret_cast<T*>(p.bytes.data());
@@ -31,15 +72,23 @@ template <class T, uint32_t Full> void unpremultiplyInt(Picture& p) {
 } // namespace
 
 void premultiplyPicture(Picture& p) {
-    if (p.depth == 8) return premultiplyInt<uint8_t, 255>(p);
+    if (p.depth == 8) return premultiplyPicture8(p.bytes.data(), p);
     if (p.depth == 16) return premultiplyInt<uint16_t, 65535>(p);
     float* px = channels<float>(p);
     for (size_t i = 0, n = p.pixelCount(); i < n; ++i, px += 4)
         for (int c = 0; c < 3; ++c) px[c] *= px[3];
 }
 
+void premultiplyPicture8(uint8_t const* straight, Picture& p) {
+    convert8(straight, p.bytes.data(), p.pixelCount(), premultiplyTable());
+}
+
+void unpremultiplyPicture8(Picture const& p, uint8_t* straight) {
+    convert8(p.bytes.data(), straight, p.pixelCount(), unpremultiplyTable());
+}
+
 void unpremultiplyPicture(Picture& p) {
-    if (p.depth == 8) return unpremultiplyInt<uint8_t, 255>(p);
+    if (p.depth == 8) return unpremultiplyPicture8(p, p.bytes.data());
     if (p.depth == 16) return unpremultiplyInt<uint16_t, 65535>(p);
     float* px = channels<float>(p);
     for (size_t i = 0, n = p.pixelCount(); i < n; ++i, px += 4)

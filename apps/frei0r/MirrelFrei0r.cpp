@@ -186,11 +186,9 @@ void f0r_update(f0r_instance_t instance, double time, uint32_t const* inframe, u
         // The worker's pictures keep their memory from frame to frame.
         Picture& picture = worker->input;
         if (picture.bytes.size() != bytes) picture = Picture(self->width, self->height, 8);
-        std::memcpy(picture.bytes.data(), inframe, bytes);
-        premultiplyPicture(picture);
+        premultiplyPicture8(reinterpret_cast<uint8_t const*>(inframe), picture);
         worker->session.render(picture, worker->result, {frame, 0, 1.0, false});
-        unpremultiplyPicture(worker->result);
-        std::memcpy(outframe, worker->result.bytes.data(), bytes);
+        unpremultiplyPicture8(worker->result, reinterpret_cast<uint8_t*>(outframe));
         std::lock_guard guard(self->lock);
         self->idle.push_back(std::move(worker));
     } catch (...) {

@@ -5,6 +5,8 @@
 #include <OpenImageIO/imageio.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 
@@ -117,6 +119,27 @@ TEST(Alpha, PremultiplyRoundsToNearestAndStraighteningUndoesIt) {
     premultiplyPicture(p16), premultiplyPicture(pf), unpremultiplyPicture(p16),
         unpremultiplyPicture(pf);
     EXPECT_EQ(std::pair(p16.channel(0, 0), pf.channel(0, 2)), std::pair(1.0, 2.0));
+
+    // Every 8-bit colour under every alpha, in place and between a picture and outside memory.
+    Picture all(256, 256, 8);
+    for (size_t i = 0; i < all.pixelCount(); ++i)
+        for (int c = 0; c < 4; ++c) all.bytes[i * 4 + c] = uint8_t(c == 3 ? i >> 8 : i + c);
+    std::vector<uint8_t> const straight = all.bytes;
+    Picture fused(256, 256, 8);
+    premultiplyPicture(all);
+    premultiplyPicture8(straight.data(), fused);
+    EXPECT_EQ(all.bytes, fused.bytes);
+    std::vector<uint8_t> back(straight.size());
+    unpremultiplyPicture8(fused, back.data());
+    unpremultiplyPicture(all);
+    EXPECT_EQ(all.bytes, back);
+    for (size_t i = 0; i < all.pixelCount(); ++i) {
+        long const c = straight[i * 4 + 1], a = straight[i * 4 + 3];
+        long const pre = std::lround(double(c * a) / 255.0);
+        ASSERT_EQ(fused.bytes[i * 4 + 1], pre) << c << " " << a;
+        ASSERT_EQ(back[i * 4 + 1], a == 0 ? 0 : std::min(255L, (pre * 255 + a / 2) / a));
+        ASSERT_EQ(back[i * 4 + 3], a);
+    }
 }
 
 } // namespace

@@ -1,0 +1,156 @@
+// The four-channel 4 by 4 span with AVX2: two output pixels share each 256-bit register, one a
+// lane. Every lane does the portable arithmetic in the portable order (no fused multiply-add,
+// correctly rounded double division, the same truncations), so the outputs are bit for bit the
+// same. Pixels whose block leaves the bounds, and an odd last pixel, go through the portable
+// pixel itself.
+#include "RenderLib/LineFuncCP.h"
+
+#include <cstdlib>
+#include <string_view>
+
+#if defined(__x86_64__) || defined(__i386__)
+#include <immintrin.h>
+
+#define MIRREL_AVX2 __attribute__((target("avx2")))
+#define MIRREL_AVX2_INLINE __attribute__((target("avx2"), always_inline)) inline
+
+namespace {
+
+using namespace linefunc_detail;
+
+// Column c of pixels a (low lane) and b (high lane), as floats.
+template <class C> MIRREL_AVX2_INLINE __m256 loadPair(const C* a, const C* b) {
+    if constexpr (sizeof(C) == 1) {
+        int ai, bi;
+        __builtin_memcpy(&ai, a, 4);
+        __builtin_memcpy(&bi, b, 4);
+        const __m128i both = _mm_unpacklo_epi32(_mm_cvtsi32_si128(ai), _mm_cvtsi32_si128(bi));
+        return _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(both));
+    } else if constexpr (sizeof(C) == 2) {
+        const __m128i both =
+            _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(a)),
+                               _mm_loadl_epi64(reinterpret_cast<const __m128i*>(b)));
+        return _mm256_cvtepi32_ps(_mm256_cvtepu16_epi32(both));
+    } else {
+        return _mm256_set_m128(_mm_loadu_ps(b), _mm_loadu_ps(a));
+    }
+}
+
+// One block row: ((x0 p0 + x1 p1) + x2 p2) + x3 p3, as the portable sum associates.
+template <class C>
+MIRREL_AVX2_INLINE __m256 rowSum(__m256 x0, __m256 x1, __m256 x2, __m256 x3, const C* a, const C* b,
+                                 std::ptrdiff_t ps) {
+    __m256 s = _mm256_add_ps(_mm256_mul_ps(x0, loadPair(a, b)),
+                             _mm256_mul_ps(x1, loadPair(a + ps, b + ps)));
+    s = _mm256_add_ps(s, _mm256_mul_ps(x2, loadPair(a + 2 * ps, b + 2 * ps)));
+    return _mm256_add_ps(s, _mm256_mul_ps(x3, loadPair(a + 3 * ps, b + 3 * ps)));
+}
+
+// Rounds, clamps and stores both pixels, a then b.
+template <class C> MIRREL_AVX2_INLINE void storePair(C* d, __m256 v, __m256i minV, __m256i maxV) {
+    if constexpr (isFloat<C>) {
+        _mm256_storeu_ps(d, v);
+    } else {
+        __m256i i = _mm256_cvttps_epi32(_mm256_add_ps(v, _mm256_set1_ps(0.5f)));
+        i = _mm256_min_epi32(_mm256_max_epi32(i, minV), maxV);
+        // The channel type wraps what it cannot hold; masked, the packs below cannot saturate.
+        i = _mm256_and_si256(i, _mm256_set1_epi32(sizeof(C) == 1 ? 0xFF : 0xFFFF));
+        const __m128i words =
+            _mm_packus_epi32(_mm256_castsi256_si128(i), _mm256_extracti128_si256(i, 1));
+        if constexpr (sizeof(C) == 1)
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(d), _mm_packus_epi16(words, words));
+        else
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(d), words);
+    }
+}
+
+template <class C> MIRREL_AVX2 void spanAvx2(const RenderSettings* s, LineRenderStruct* line) {
+    const Source<C> src(s);
+    const SpanCoords co(line);
+    C* d = reinterpret_cast<C*>(line->dest + std::ptrdiff_t(line->leftCount) * s->srcPixelBytes);
+    const int n = line->count;
+    const float* lut = s->kernelLut;
+    const std::ptrdiff_t ps = src.pixelBytes / std::ptrdiff_t(sizeof(C));
+    const __m256i minV = _mm256_set1_epi32(s->minValue), maxV = _mm256_set1_epi32(s->maxValue);
+
+    const __m256d uv = _mm256_set_pd(co.v, co.u, co.v, co.u);
+    const __m256d duv = _mm256_set_pd(co.dv, co.du, co.dv, co.du);
+    const __m256d q = _mm256_set1_pd(co.q), dq = _mm256_set1_pd(co.dq);
+    // A block is whole inside when its first column and row are at least left and top and its
+    // last at most right and bottom: ix - 1 >= left, ix + 2 <= right, the same for y.
+    const __m128i lo = _mm_setr_epi32(src.left + 1, src.top + 1, src.left + 1, src.top + 1);
+    const __m128i hi = _mm_setr_epi32(src.right - 2, src.bottom - 2, src.right - 2, src.bottom - 2);
+
+    int p = 0;
+    for (; p + 1 < n; p += 2, d += 8) {
+        // x and y of both pixels in one division, as SpanCoords::at does each.
+        const __m256d i = _mm256_set_pd(p + 1, p + 1, p, p);
+        const __m256d num = _mm256_add_pd(_mm256_mul_pd(duv, i), uv);
+        const __m256d w = _mm256_add_pd(_mm256_mul_pd(dq, i), q);
+        const __m128 xy = _mm256_cvtpd_ps(_mm256_div_pd(num, w)); // xa ya xb yb
+        const __m128i ixy = _mm_cvttps_epi32(xy);
+        const __m128i outside = _mm_or_si128(_mm_cmplt_epi32(ixy, lo), _mm_cmpgt_epi32(ixy, hi));
+        if (!_mm_testz_si128(outside, outside)) {
+            cubic4x4Pixel<C, 4>(s, src, co, p, d);
+            cubic4x4Pixel<C, 4>(s, src, co, p + 1, d + 4);
+            continue;
+        }
+        const __m128 f = _mm_sub_ps(xy, _mm_cvtepi32_ps(ixy));
+        __m128i row = _mm_cvttps_epi32(_mm_mul_ps(
+            _mm_mul_ps(_mm_add_ps(f, _mm_set1_ps(1.0f)), _mm_set1_ps(255.0f)), _mm_set1_ps(0.5f)));
+        row = _mm_min_epi32(_mm_max_epi32(row, _mm_setzero_si128()), _mm_set1_epi32(255));
+        alignas(16) int r[4], c[4];
+        _mm_store_si128(reinterpret_cast<__m128i*>(r), row);
+        _mm_store_si128(reinterpret_cast<__m128i*>(c), ixy);
+
+        const __m256 wx =
+            _mm256_set_m128(_mm_loadu_ps(lut + r[2] * 4), _mm_loadu_ps(lut + r[0] * 4));
+        const __m256 wy =
+            _mm256_set_m128(_mm_loadu_ps(lut + r[3] * 4), _mm_loadu_ps(lut + r[1] * 4));
+        const __m256 x0 = _mm256_permute_ps(wx, 0x00), x1 = _mm256_permute_ps(wx, 0x55);
+        const __m256 x2 = _mm256_permute_ps(wx, 0xAA), x3 = _mm256_permute_ps(wx, 0xFF);
+        const int ax = c[0] - 1, ay = c[1] - 1, bx = c[2] - 1, by = c[3] - 1;
+        const __m256 s0 = rowSum(x0, x1, x2, x3, src.at(ax, ay), src.at(bx, by), ps);
+        const __m256 s1 = rowSum(x0, x1, x2, x3, src.at(ax, ay + 1), src.at(bx, by + 1), ps);
+        const __m256 s2 = rowSum(x0, x1, x2, x3, src.at(ax, ay + 2), src.at(bx, by + 2), ps);
+        const __m256 s3 = rowSum(x0, x1, x2, x3, src.at(ax, ay + 3), src.at(bx, by + 3), ps);
+        __m256 v = _mm256_add_ps(_mm256_mul_ps(_mm256_permute_ps(wy, 0x00), s0),
+                                 _mm256_mul_ps(_mm256_permute_ps(wy, 0x55), s1));
+        v = _mm256_add_ps(v, _mm256_mul_ps(_mm256_permute_ps(wy, 0xAA), s2));
+        v = _mm256_add_ps(v, _mm256_mul_ps(_mm256_permute_ps(wy, 0xFF), s3));
+        storePair(d, v, minV, maxV);
+    }
+    if (p < n) cubic4x4Pixel<C, 4>(s, src, co, p, d);
+    advance(line);
+}
+
+} // namespace
+
+template <class C> Cubic4x4Span<C> cubic4x4SpanAvx2() {
+    return __builtin_cpu_supports("avx2") ? &spanAvx2<C> : nullptr;
+}
+
+#else
+
+template <class C> Cubic4x4Span<C> cubic4x4SpanAvx2() {
+    return nullptr;
+}
+
+#endif
+
+template <class C> Cubic4x4Span<C> chosenCubic4x4Span() {
+    static const Cubic4x4Span<C> chosen = [] {
+        const char* cpu = std::getenv("MIRREL_CPU");
+        const bool baseline = cpu && std::string_view(cpu) == "baseline";
+        Cubic4x4Span<C> fast = baseline ? nullptr : cubic4x4SpanAvx2<C>();
+        return fast ? fast : &cubic4x4SpanPortable<C, 4>;
+    }();
+    return chosen;
+}
+
+template Cubic4x4Span<unsigned char> cubic4x4SpanAvx2<unsigned char>();
+template Cubic4x4Span<unsigned short> cubic4x4SpanAvx2<unsigned short>();
+template Cubic4x4Span<float> cubic4x4SpanAvx2<float>();
+template Cubic4x4Span<unsigned char> chosenCubic4x4Span<unsigned char>();
+template Cubic4x4Span<unsigned short> chosenCubic4x4Span<unsigned short>();
+template Cubic4x4Span<float> chosenCubic4x4Span<float>();
