@@ -52,6 +52,15 @@ int Internal_BlurFilter_RGBA(P p, C c, A a, V v, F f, PluginHost_API* host,
                              bool progressive, int mode, bool alphaOnly) {
     if (std::fabs(radius) <= 1e-5) return 0;
     try {
+        int const vertical = blur_detail::limitTentRadius(
+            blur_detail::truncToInt((progressive ? radius * 0.5 : radius) * aspect), raster.height);
+        if (!alphaOnly && blur_detail::passCopies(vertical, true, mode)) {
+            // The passes of one channel leave the others of the scratch raster unset, so only
+            // the four-channel pass skips it.
+            blur_detail::tentRowsInPlace<C>(raster, blur_detail::truncToInt(radius), progressive,
+                                            mode);
+            return 0;
+        }
         blur_detail::ScratchRaster scratch(host, raster.width, raster.height, raster.format);
         if (scratch.error != 0) return scratch.error;
         if (!scratch.valid()) return 1;
@@ -77,6 +86,13 @@ int BlurFilter_RGBA(P p, C c, A a, V v, F f, PluginHost_API* host, PluginRasterI
     if (std::fabs(inv) <= 1e-5)
         return Internal_BlurFilter_RGBA(p, c, a, v, f, host, raster, radius, aspect, progressive,
                                         mode, alphaOnly);
+    // A whole radius mixes none of the larger blur: an integer channel rounds 0 * d + s back to
+    // s. Float channels do not skip it, for 0 * d + s is not s when d is infinite or s is -0.
+    if (!std::is_floating_point_v<C> && !alphaOnly && frac == 0.0f)
+        return Internal_BlurFilter_RGBA(p, c, a, v, f, host, raster, double(r0), aspect,
+                                        progressive, mode, false) == 0
+                   ? 0
+                   : 1;
     try {
         blur_detail::ScratchRaster scratch(host, raster.width, raster.height, raster.format);
         if (!scratch.valid()) return 1;

@@ -6,11 +6,74 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <type_traits>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 // The per-format body of the progressive blur. In the flat image the baseline is the last row
 // and the far edge row 0, so every ramp here is largest at row 0.
 
 namespace blur_detail {
+
+// scaleChannel over a row of integer channels for a factor in [0, 1], where every product
+// lies in the channel's range and the saturating cast is a plain truncation. The vector part
+// converts, multiplies and truncates each value exactly as the scalar tail does. Returns how
+// many leading values it did.
+template <class C> int scaleRowVector(C* row, int values, float f) {
+#if defined(__SSE2__)
+    if constexpr (sizeof(C) <= 2) {
+        __m128 const fv = _mm_set1_ps(f);
+        __m128i const zero = _mm_setzero_si128();
+        auto scale4 = [&](__m128i v32) {
+            return _mm_cvttps_epi32(_mm_mul_ps(_mm_cvtepi32_ps(v32), fv));
+        };
+        auto scale8 = [&](__m128i v16, __m128i& lo, __m128i& hi) {
+            lo = scale4(_mm_unpacklo_epi16(v16, zero));
+            hi = scale4(_mm_unpackhi_epi16(v16, zero));
+        };
+        int i = 0;
+        if constexpr (sizeof(C) == 1) {
+            for (; i + 16 <= values; i += 16) {
+                __m128i const v = _mm_loadu_si128(reinterpret_cast<__m128i const*>(row + i));
+                __m128i a, b, c, d;
+                scale8(_mm_unpacklo_epi8(v, zero), a, b);
+                scale8(_mm_unpackhi_epi8(v, zero), c, d);
+                __m128i const out = _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(row + i), out);
+            }
+        } else {
+            // Unsigned 16-bit results go through the signed pack shifted down by 32768.
+            __m128i const bias32 = _mm_set1_epi32(32768);
+            __m128i const bias16 = _mm_set1_epi16(short(-32768));
+            for (; i + 8 <= values; i += 8) {
+                __m128i const v = _mm_loadu_si128(reinterpret_cast<__m128i const*>(row + i));
+                __m128i a, b;
+                scale8(v, a, b);
+                __m128i const packed =
+                    _mm_packs_epi32(_mm_sub_epi32(a, bias32), _mm_sub_epi32(b, bias32));
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(row + i),
+                                 _mm_xor_si128(packed, bias16));
+            }
+        }
+        return i;
+    }
+#endif
+    (void)row, (void)values, (void)f;
+    return 0;
+}
+
+template <class C> void scaleRow(C* row, int values, float f) {
+    int i = 0;
+    if constexpr (!std::is_floating_point_v<C>) {
+        if (f >= 0.0f && f <= 1.0f) {
+            for (i = scaleRowVector(row, values, f); i < values; ++i)
+                row[i] = C(int(float(row[i]) * f));
+            return;
+        }
+    }
+    for (; i < values; ++i) row[i] = scaleChannel(row[i], f);
+}
 
 // Fades the picture out with the distance from the last row: rows nearer than fadeStart percent
 // stay, rows beyond fadeStart + fadeLength percent turn to zero, rows between are scaled.
@@ -36,7 +99,7 @@ void fadeRows(PluginRasterInfo& raster, float fadeStart, float fadeLength, int f
             f = f * f;
         else if (fadeType == 2)
             f = std::sqrt(f);
-        for (int i = 0; i < values; ++i) row[i] = scaleChannel(row[i], f);
+        scaleRow(row, values, f);
     }
 }
 

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
+#include <vector>
 
 // Triangular blur of integer radius along the lines of a picture. A tent of radius r weighs
 // p[i + k] by r + 1 - |k| and divides by (r + 1)^2; it is kept as a running sum S and a running
@@ -109,6 +110,24 @@ void tentLine(unsigned char const* src, std::ptrdiff_t srcStep, unsigned char* d
     emit();
 }
 
+// A pass whose radius, held to the line length, leaves every line as it is.
+inline bool passCopies(int limitedRadius, bool vertical, int mode) {
+    return limitedRadius == 0 || (mode == -10 && !vertical) || (mode == -11 && vertical);
+}
+
+// Radius of line n of `lines` in a pass; progressive passes fall from full at line 0.
+inline int passLineRadius(int radius, int n, int lines, bool progressive, int mode) {
+    if (!progressive) return radius;
+    float t = 1.0f - float(n) / float(lines - 1);
+    if (mode == 3) {
+        t = t * t;
+    } else if (mode == 4) {
+        float const tt = t * t;
+        t = std::fabs(tt) <= 1e-5 ? 1.0f / tt : 0.0f;
+    }
+    return truncToInt(t * float(radius));
+}
+
 template <class C, int N>
 int tentPass(PluginRasterInfo& src, PluginRasterInfo& dst, int radius, bool vertical,
              bool progressive, int mode, int first) {
@@ -120,7 +139,7 @@ int tentPass(PluginRasterInfo& src, PluginRasterInfo& dst, int radius, bool vert
         if (y < height) std::memcpy(dst.row(y), src.row(y), rowCopy);
     };
     radius = limitTentRadius(radius, length);
-    if (radius == 0 || (mode == -10 && !vertical) || (mode == -11 && vertical)) {
+    if (passCopies(radius, vertical, mode)) {
         for (int y = 0; y < height; ++y) copyRow(y);
         return 0;
     }
@@ -131,24 +150,33 @@ int tentPass(PluginRasterInfo& src, PluginRasterInfo& dst, int radius, bool vert
     auto* s = static_cast<unsigned char*>(src.data);
     auto* d = static_cast<unsigned char*>(dst.data);
     for (int n = 0; n < lines; ++n) {
-        int r = radius;
-        if (progressive) {
-            float t = 1.0f - float(n) / float(lines - 1);
-            if (mode == 3) {
-                t = t * t;
-            } else if (mode == 4) {
-                float const tt = t * t;
-                t = std::fabs(tt) <= 1e-5 ? 1.0f / tt : 0.0f;
-            }
-            r = truncToInt(t * float(radius));
-            if (r == 0) {
-                copyRow(n); // whole rows, in either direction
-                continue;
-            }
+        int const r = passLineRadius(radius, n, lines, progressive, mode);
+        if (progressive && r == 0) {
+            copyRow(n); // whole rows, in either direction
+            continue;
         }
         tentLine<C, N>(s + n * srcAcross, srcAlong, d + n * dstAcross, dstAlong, length, r, first);
     }
     return 0;
+}
+
+// The horizontal pass of all channels in place, for when the vertical pass after it would copy
+// every row back unchanged: each row it changes goes through one line of scratch, and the
+// rows it copies are not touched at all.
+template <class C>
+void tentRowsInPlace(PluginRasterInfo& raster, int radius, bool progressive, int mode) {
+    int const width = raster.width, height = raster.height;
+    radius = limitTentRadius(radius, width);
+    if (passCopies(radius, false, mode)) return;
+    std::size_t const rowBytes = std::size_t(width) * raster.pixelBytes;
+    std::vector<unsigned char> line(rowBytes);
+    for (int n = 0; n < height; ++n) {
+        int const r = passLineRadius(radius, n, height, progressive, mode);
+        if (progressive && r == 0) continue;
+        std::memcpy(line.data(), raster.row(n), rowBytes);
+        tentLine<C, 4>(line.data(), raster.pixelBytes, raster.row(n), raster.pixelBytes, width, r,
+                       0);
+    }
 }
 
 } // namespace blur_detail

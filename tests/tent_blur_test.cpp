@@ -1,5 +1,6 @@
 #include "RenderLib/BlurFilter.h"
 #include "RenderLib/Gauss1.h"
+#include "RenderLib/ProgressiveBlurFormat.h"
 #include "RenderLib/TentBlur.h"
 #include "support/MemoryHost.h"
 
@@ -134,6 +135,59 @@ TEST(BlurFilter, FractionalRadiusBlendsTheTwoIntegerBlurs) {
     // A whole radius and one within 1e-5 below it both give the lower integer's blur.
     EXPECT_EQ(blur(2, 1, false), blur(2, 1, true));
     EXPECT_EQ(blur(2.999999, 1, false), blur(2, 1, true));
+}
+
+// The blur whose vertical pass copies every row back runs its horizontal pass in place; it must
+// equal the two passes through a scratch raster, over ramps, the row-only mode and the 16-bit
+// channels.
+TEST(BlurFilter, InPlaceRowPassEqualsThePassesThroughScratch) {
+    struct Case {
+        double radius, aspect;
+        bool progressive;
+        int mode;
+    } const cases[] = {{7, 0.1, true, 0},    {9, 0.2, true, 3},  {6, 0.0, true, 3},
+                       {5, 3.0, false, -11}, {4, 0.1, false, 0}, {40, 0.0, true, 0}};
+    for (auto const& c : cases)
+        for (auto format : {RF_RGBA8, RF_ARGB16}) {
+            MemoryImage img(format, 37, 19, Rows::Padded), mid(format, 37, 19),
+                want(format, 37, 19);
+            MemoryHost host(&img, &img);
+            img.fillBytes(5);
+            auto expect = [&](auto... pv) {
+                TentBlurPass_RGBA(pv..., nullptr, img.info, mid.info, int(c.radius), false,
+                                  c.progressive, c.mode);
+                double const v = (c.progressive ? c.radius * 0.5 : c.radius) * c.aspect;
+                TentBlurPass_RGBA(pv..., nullptr, mid.info, want.info, int(v), true, false, c.mode);
+                Internal_BlurFilter_RGBA(pv..., &host, img.info, c.radius, c.aspect, c.progressive,
+                                         c.mode, false);
+            };
+            if (format == RF_RGBA8)
+                expect(PIXEL_VALUES(PIXEL_RGBA8));
+            else
+                expect(PIXEL_VALUES(PIXEL_ARGB16));
+            EXPECT_EQ(img.bytes(), want.bytes()) << c.radius << " mode " << c.mode;
+            EXPECT_EQ(host.liveBlocks, 0);
+        }
+}
+
+// The fade's vector row scaling against the scalar channel scaling, for every 8- and 16-bit
+// value, at factors at and inside the ends of [0, 1] and beyond them.
+TEST(FadeRows, RowScalingEqualsTheChannelScalingForEveryValue) {
+    float const factors[] = {0.0f,    1.0f,        0.5f,       0.999999f, 1e-7f,
+                             0.3337f, 0.70710677f, 1.0000001f, -0.25f,    std::nanf("")};
+    auto check = [&](auto sample) {
+        using C = decltype(sample);
+        std::vector<C> all(std::size_t(1) << (8 * sizeof(C)));
+        for (std::size_t i = 0; i < all.size(); ++i) all[i] = C(i * 40503u); // every value once
+        for (float f : factors) {
+            std::vector<C> row = all;
+            blur_detail::scaleRow(row.data(), int(row.size()) - 3, f); // a scalar tail too
+            for (std::size_t i = 0; i + 3 < all.size(); ++i)
+                ASSERT_EQ(row[i], blur_detail::scaleChannel(all[i], f)) << f << " " << i;
+        }
+    };
+    check((unsigned char)0);
+    check((unsigned short)0);
 }
 
 // Columns: the radius runs from radiusStart at x = 0 to radiusEnd at the last column, and each
