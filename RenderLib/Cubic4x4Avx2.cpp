@@ -36,14 +36,63 @@ template <class C> MIRREL_AVX2_INLINE __m256 loadPair(const C* a, const C* b) {
     }
 }
 
+// Byte shuffles that widen column c of a row of packed pixels to 32-bit channels, in each lane:
+// four pixels of 8-bit channels make 16 bytes, two of 16-bit ones.
+template <class C> MIRREL_AVX2_INLINE __m256i widen(int c) {
+    alignas(16) char m[16];
+    for (int k = 0; k < 16; ++k) {
+        const int channel = k / 4, byte = k % 4;
+        m[k] = char(byte < int(sizeof(C)) ? c * 4 * int(sizeof(C)) + channel * int(sizeof(C)) + byte
+                                          : 0x80);
+    }
+    const __m128i lane = _mm_load_si128(reinterpret_cast<const __m128i*>(m));
+    return _mm256_broadcastsi128_si256(lane);
+}
+
+// The 16 bytes at a (low lane) and at b (high lane).
+MIRREL_AVX2_INLINE __m256i loadLanes(const void* a, const void* b) {
+    return _mm256_inserti128_si256(
+        _mm256_castsi128_si256(_mm_loadu_si128(static_cast<const __m128i*>(a))),
+        _mm_loadu_si128(static_cast<const __m128i*>(b)), 1);
+}
+
+// Block rows whose pixels lie side by side are read whole and spread by shuffles.
+template <class C> struct PackedRows {
+    __m256i w0, w1, w2, w3;
+
+    MIRREL_AVX2_INLINE PackedRows()
+        : w0(widen<C>(0)), w1(widen<C>(1)), w2(widen<C>(2)), w3(widen<C>(3)) {}
+
+    MIRREL_AVX2_INLINE void columns(const C* a, const C* b, __m256* p) const {
+        const __m256i first = loadLanes(a, b);
+        if constexpr (sizeof(C) == 1) {
+            p[0] = _mm256_cvtepi32_ps(_mm256_shuffle_epi8(first, w0));
+            p[1] = _mm256_cvtepi32_ps(_mm256_shuffle_epi8(first, w1));
+            p[2] = _mm256_cvtepi32_ps(_mm256_shuffle_epi8(first, w2));
+            p[3] = _mm256_cvtepi32_ps(_mm256_shuffle_epi8(first, w3));
+        } else {
+            const __m256i second = loadLanes(a + 8, b + 8);
+            p[0] = _mm256_cvtepi32_ps(_mm256_shuffle_epi8(first, w0));
+            p[1] = _mm256_cvtepi32_ps(_mm256_shuffle_epi8(first, w1));
+            p[2] = _mm256_cvtepi32_ps(_mm256_shuffle_epi8(second, w0));
+            p[3] = _mm256_cvtepi32_ps(_mm256_shuffle_epi8(second, w1));
+        }
+    }
+};
+
 // One block row: ((x0 p0 + x1 p1) + x2 p2) + x3 p3, as the portable sum associates.
-template <class C>
-MIRREL_AVX2_INLINE __m256 rowSum(__m256 x0, __m256 x1, __m256 x2, __m256 x3, const C* a, const C* b,
-                                 std::ptrdiff_t ps) {
-    __m256 s = _mm256_add_ps(_mm256_mul_ps(x0, loadPair(a, b)),
-                             _mm256_mul_ps(x1, loadPair(a + ps, b + ps)));
-    s = _mm256_add_ps(s, _mm256_mul_ps(x2, loadPair(a + 2 * ps, b + 2 * ps)));
-    return _mm256_add_ps(s, _mm256_mul_ps(x3, loadPair(a + 3 * ps, b + 3 * ps)));
+template <class C, bool Packed>
+MIRREL_AVX2_INLINE __m256 rowSum(const __m256* x, const C* a, const C* b, std::ptrdiff_t ps,
+                                 const PackedRows<C>& packed) {
+    __m256 p[4];
+    if constexpr (Packed) {
+        packed.columns(a, b, p);
+    } else {
+        for (int i = 0; i < 4; ++i) p[i] = loadPair(a + i * ps, b + i * ps);
+    }
+    __m256 s = _mm256_add_ps(_mm256_mul_ps(x[0], p[0]), _mm256_mul_ps(x[1], p[1]));
+    s = _mm256_add_ps(s, _mm256_mul_ps(x[2], p[2]));
+    return _mm256_add_ps(s, _mm256_mul_ps(x[3], p[3]));
 }
 
 // Rounds, clamps and stores both pixels, a then b.
@@ -64,7 +113,8 @@ template <class C> MIRREL_AVX2_INLINE void storePair(C* d, __m256 v, __m256i min
     }
 }
 
-template <class C> MIRREL_AVX2 void spanAvx2(const RenderSettings* s, LineRenderStruct* line) {
+template <class C, bool Packed>
+MIRREL_AVX2 void spanAvx2(const RenderSettings* s, LineRenderStruct* line) {
     const Source<C> src(s);
     const SpanCoords co(line);
     C* d = reinterpret_cast<C*>(line->dest + std::ptrdiff_t(line->leftCount) * s->srcPixelBytes);
@@ -72,6 +122,7 @@ template <class C> MIRREL_AVX2 void spanAvx2(const RenderSettings* s, LineRender
     const float* lut = s->kernelLut;
     const std::ptrdiff_t ps = src.pixelBytes / std::ptrdiff_t(sizeof(C));
     const __m256i minV = _mm256_set1_epi32(s->minValue), maxV = _mm256_set1_epi32(s->maxValue);
+    const PackedRows<C> packed;
 
     const __m256d uv = _mm256_set_pd(co.v, co.u, co.v, co.u);
     const __m256d duv = _mm256_set_pd(co.dv, co.du, co.dv, co.du);
@@ -81,39 +132,53 @@ template <class C> MIRREL_AVX2 void spanAvx2(const RenderSettings* s, LineRender
     const __m128i lo = _mm_setr_epi32(src.left + 1, src.top + 1, src.left + 1, src.top + 1);
     const __m128i hi = _mm_setr_epi32(src.right - 2, src.bottom - 2, src.right - 2, src.bottom - 2);
 
+    // Positions, table rows and bounds are worked out a batch ahead, so the divisions overlap
+    // instead of each waiting at the head of its pixel's chain.
+    constexpr int kBatch = 16;
+    alignas(16) int cols[kBatch][4], lutRows[kBatch][4];
+    bool inside[kBatch];
     int p = 0;
     for (; p + 1 < n; p += 2, d += 8) {
-        // x and y of both pixels in one division, as SpanCoords::at does each.
-        const __m256d i = _mm256_set_pd(p + 1, p + 1, p, p);
-        const __m256d num = _mm256_add_pd(_mm256_mul_pd(duv, i), uv);
-        const __m256d w = _mm256_add_pd(_mm256_mul_pd(dq, i), q);
-        const __m128 xy = _mm256_cvtpd_ps(_mm256_div_pd(num, w)); // xa ya xb yb
-        const __m128i ixy = _mm_cvttps_epi32(xy);
-        const __m128i outside = _mm_or_si128(_mm_cmplt_epi32(ixy, lo), _mm_cmpgt_epi32(ixy, hi));
-        if (!_mm_testz_si128(outside, outside)) {
+        const int slot = (p / 2) % kBatch;
+        if (slot == 0) {
+            for (int k = 0; k < kBatch; ++k) {
+                // x and y of both pixels in one division, as SpanCoords::at does each.
+                const double at = p + 2 * k;
+                const __m256d i = _mm256_set_pd(at + 1, at + 1, at, at);
+                const __m256d num = _mm256_add_pd(_mm256_mul_pd(duv, i), uv);
+                const __m256d w = _mm256_add_pd(_mm256_mul_pd(dq, i), q);
+                const __m128 xy = _mm256_cvtpd_ps(_mm256_div_pd(num, w)); // xa ya xb yb
+                const __m128i ixy = _mm_cvttps_epi32(xy);
+                const __m128i out =
+                    _mm_or_si128(_mm_cmplt_epi32(ixy, lo), _mm_cmpgt_epi32(ixy, hi));
+                inside[k] = _mm_testz_si128(out, out);
+                const __m128 f = _mm_sub_ps(xy, _mm_cvtepi32_ps(ixy));
+                __m128i row = _mm_cvttps_epi32(
+                    _mm_mul_ps(_mm_mul_ps(_mm_add_ps(f, _mm_set1_ps(1.0f)), _mm_set1_ps(255.0f)),
+                               _mm_set1_ps(0.5f)));
+                row = _mm_min_epi32(_mm_max_epi32(row, _mm_setzero_si128()), _mm_set1_epi32(255));
+                _mm_store_si128(reinterpret_cast<__m128i*>(lutRows[k]), row);
+                _mm_store_si128(reinterpret_cast<__m128i*>(cols[k]), ixy);
+            }
+        }
+        if (!inside[slot]) {
             cubic4x4Pixel<C, 4>(s, src, co, p, d);
             cubic4x4Pixel<C, 4>(s, src, co, p + 1, d + 4);
             continue;
         }
-        const __m128 f = _mm_sub_ps(xy, _mm_cvtepi32_ps(ixy));
-        __m128i row = _mm_cvttps_epi32(_mm_mul_ps(
-            _mm_mul_ps(_mm_add_ps(f, _mm_set1_ps(1.0f)), _mm_set1_ps(255.0f)), _mm_set1_ps(0.5f)));
-        row = _mm_min_epi32(_mm_max_epi32(row, _mm_setzero_si128()), _mm_set1_epi32(255));
-        alignas(16) int r[4], c[4];
-        _mm_store_si128(reinterpret_cast<__m128i*>(r), row);
-        _mm_store_si128(reinterpret_cast<__m128i*>(c), ixy);
-
+        const int* r = lutRows[slot];
+        const int* c = cols[slot];
         const __m256 wx =
             _mm256_set_m128(_mm_loadu_ps(lut + r[2] * 4), _mm_loadu_ps(lut + r[0] * 4));
         const __m256 wy =
             _mm256_set_m128(_mm_loadu_ps(lut + r[3] * 4), _mm_loadu_ps(lut + r[1] * 4));
-        const __m256 x0 = _mm256_permute_ps(wx, 0x00), x1 = _mm256_permute_ps(wx, 0x55);
-        const __m256 x2 = _mm256_permute_ps(wx, 0xAA), x3 = _mm256_permute_ps(wx, 0xFF);
+        const __m256 x[4] = {_mm256_permute_ps(wx, 0x00), _mm256_permute_ps(wx, 0x55),
+                             _mm256_permute_ps(wx, 0xAA), _mm256_permute_ps(wx, 0xFF)};
         const int ax = c[0] - 1, ay = c[1] - 1, bx = c[2] - 1, by = c[3] - 1;
-        const __m256 s0 = rowSum(x0, x1, x2, x3, src.at(ax, ay), src.at(bx, by), ps);
-        const __m256 s1 = rowSum(x0, x1, x2, x3, src.at(ax, ay + 1), src.at(bx, by + 1), ps);
-        const __m256 s2 = rowSum(x0, x1, x2, x3, src.at(ax, ay + 2), src.at(bx, by + 2), ps);
-        const __m256 s3 = rowSum(x0, x1, x2, x3, src.at(ax, ay + 3), src.at(bx, by + 3), ps);
+        __m256 rows[4];
+        for (int j = 0; j < 4; ++j)
+            rows[j] = rowSum<C, Packed>(x, src.at(ax, ay + j), src.at(bx, by + j), ps, packed);
+        const __m256 s0 = rows[0], s1 = rows[1], s2 = rows[2], s3 = rows[3];
         __m256 v = _mm256_add_ps(_mm256_mul_ps(_mm256_permute_ps(wy, 0x00), s0),
                                  _mm256_mul_ps(_mm256_permute_ps(wy, 0x55), s1));
         v = _mm256_add_ps(v, _mm256_mul_ps(_mm256_permute_ps(wy, 0xAA), s2));
@@ -124,10 +189,19 @@ template <class C> MIRREL_AVX2 void spanAvx2(const RenderSettings* s, LineRender
     advance(line);
 }
 
+// Pixels of four channels side by side are read a block row at a time; other strides a pixel at a
+// time.
+template <class C> MIRREL_AVX2 void spanAvx2Any(const RenderSettings* s, LineRenderStruct* line) {
+    if (!isFloat<C> && s->srcPixelBytes == 4 * int(sizeof(C)))
+        spanAvx2<C, !isFloat<C>>(s, line);
+    else
+        spanAvx2<C, false>(s, line);
+}
+
 } // namespace
 
 template <class C> Cubic4x4Span<C> cubic4x4SpanAvx2() {
-    return __builtin_cpu_supports("avx2") ? &spanAvx2<C> : nullptr;
+    return __builtin_cpu_supports("avx2") ? &spanAvx2Any<C> : nullptr;
 }
 
 #else
