@@ -2,6 +2,10 @@
 #include "host/PluginHost_API.h"
 #include "pixel/Traits.h"
 
+#include <array>
+#include <cstdint>
+#include <cstring>
+
 // The pixel loops of the transfer modes, on straight colour. top and bottom are read, out is
 // written and may be top; the bottom's size bounds the loops.
 
@@ -24,8 +28,25 @@ template <class P, class V> inline V scaledAlpha(V alpha, float opacity) {
 }
 
 template <class P, class C, class V> inline void copyPixel(C* d, C const* s, V alpha) {
-    for (int i = 0; i < 4; ++i) d[i] = s[i];
+    std::memmove(d, s, 4 * sizeof(C)); // one move of the pixel, not four of its channels
     d[P::ALPHA] = C(P::clamp(alpha));
+}
+
+// 2^32 / d rounded up, for every divisor of the 8-bit compositing range.
+inline constexpr auto kReciprocals8 = [] {
+    std::array<std::uint64_t, 512> r{};
+    for (std::uint64_t d = 1; d < r.size(); ++d) r[d] = (std::uint64_t(1) << 32) / d + 1;
+    return r;
+}();
+
+// P::divide. In 8 bits a numerator and divisor below 512, as straight colour and union alpha
+// give them, divide by a multiply with the rounded-up reciprocal: for 255 x below 2^17,
+// 255 x * r >> 32 is the quotient itself. Other values take the division.
+template <class P, class V> inline V divide(V a, V b) {
+    if constexpr (P::is8Bit())
+        if (unsigned(a) < 512u && unsigned(b - 1) < 511u)
+            return V((std::uint64_t(a * 255) * kReciprocals8[std::size_t(b)]) >> 32);
+    return P::divide(a, b);
 }
 
 // Float pixels may carry negative colour; the modes see it as 0.
@@ -39,13 +60,26 @@ template <class P, class V> inline void dropNegative(V* c) {
 // alphas scaled by their opacities and the union alpha; forceOpaque then sets alpha to full.
 template <class P, class C, class V, class Body>
 void walk(Layers const& L, float opacityTop, float opacityBottom, bool forceOpaque, Body&& body) {
+    // 8-bit alphas scale through tables of the same products, made once a call.
+    [[maybe_unused]] V scaledTop[P::is8Bit() ? 256 : 1], scaledBottom[P::is8Bit() ? 256 : 1];
+    if constexpr (P::is8Bit())
+        for (int a = 0; a < 256; ++a) {
+            scaledTop[a] = scaledAlpha<P>(V(a), opacityTop);
+            scaledBottom[a] = scaledAlpha<P>(V(a), opacityBottom);
+        }
+    auto scaled = [&](C alpha, V const* table, float opacity) {
+        if constexpr (P::is8Bit())
+            return table[alpha];
+        else
+            return scaledAlpha<P>(V(alpha), opacity);
+    };
     for (int y = 0; y < L.bottom.height; ++y) {
         auto const* t = reinterpret_cast<C const*>(L.top.row(y));
         auto const* b = reinterpret_cast<C const*>(L.bottom.row(y));
         auto* o = reinterpret_cast<C*>(L.out.row(y));
         for (int x = 0; x < L.bottom.width; ++x, t += 4, b += 4, o += 4) {
-            V const A1 = scaledAlpha<P>(V(t[P::ALPHA]), opacityTop);
-            V const A2 = scaledAlpha<P>(V(b[P::ALPHA]), opacityBottom);
+            V const A1 = scaled(t[P::ALPHA], scaledTop, opacityTop);
+            V const A2 = scaled(b[P::ALPHA], scaledBottom, opacityBottom);
             body(t, b, o, A1, A2, V(A1 + A2 - P::multiply(A1, A2)));
             if (forceOpaque) o[P::ALPHA] = C(P::MAX_VALUE());
         }
@@ -98,7 +132,7 @@ int Blend(P, C, A, V, F, Mode mode, PluginHost_API* host, float opacityTop, floa
                           } else {
                               V const K = P::multiply(M - RA, A2);
                               for (int i = 0; i < 3; ++i)
-                                  res[i] = P::divide(
+                                  res[i] = divide<P>(
                                       P::multiply(res[i], RA) + P::multiply(c2[i], K), RA + K);
                           }
                       }
@@ -130,7 +164,7 @@ int BlendBehind(P, C, A, V, F, PluginHost_API* host, float opacityTop, float opa
                       if (A1 != M) {
                           V const K = P::multiply(M - A1, A2);
                           for (int i = 0; i < 3; ++i)
-                              res[i] = P::divide(P::multiply(res[i], A1) + P::multiply(c2[i], K),
+                              res[i] = divide<P>(P::multiply(res[i], A1) + P::multiply(c2[i], K),
                                                  K + A1);
                       }
                       writePixel<P>(o, res, O);

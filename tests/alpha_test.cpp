@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <vector>
 
 namespace {
 
@@ -124,6 +125,49 @@ TEST(Alpha, EightBitStraightColourEqualsTheDivisionEverywhere) {
         }
     EXPECT_EQ(wrong, 0);
     EXPECT_EQ(image.pixel<unsigned char>(200, 0)[0], 200) << "alpha 0 keeps its colour";
+}
+
+} // namespace
+
+namespace {
+
+// Premultiplied in place, each colour is the format's own multiply by alpha, whichever pixels of
+// a row the wide path takes: every 8-bit colour at every alpha, every 16-bit colour at a spread
+// of alphas, both orders, rows one pixel longer than the colours.
+template <class P> int premultMismatches(PluginRasterFormat format, std::vector<int> alphas) {
+    using C = typename P::C;
+    using V = typename P::V;
+    int const colours = int(P::MAX_VALUE()) + 1, width = colours + 1;
+    MemoryImage image(format, width, int(alphas.size()), MemoryImage::Rows::Padded);
+    MemoryHost host(&image, &image);
+    MemoryRaster raster(image.info, false);
+    auto colour = [&](int x, int i) { return C((x * (i * 2 + 1) + i) % colours); };
+    for (int y = 0; y < int(alphas.size()); ++y)
+        for (int x = 0; x < width; ++x) {
+            C* px = image.pixel<C>(x, y);
+            for (int i = 0; i < 3; ++i) px[P::FIRST_COLOR + i] = colour(x, i);
+            px[P::ALPHA] = C(alphas[y]);
+        }
+    Premult(PIXEL_VALUES(P), &host, &raster);
+    int wrong = 0;
+    for (int y = 0; y < int(alphas.size()); ++y)
+        for (int x = 0; x < width; ++x) {
+            C const* px = image.pixel<C>(x, y);
+            wrong += px[P::ALPHA] != alphas[y];
+            for (int i = 0; i < 3; ++i)
+                wrong += px[P::FIRST_COLOR + i] != C(P::multiply(V(colour(x, i)), V(C(alphas[y]))));
+        }
+    return wrong;
+}
+
+TEST(Alpha, PremultiplyEqualsTheMultiplyForEveryColour) {
+    std::vector<int> every8(256);
+    for (int a = 0; a < 256; ++a) every8[a] = a;
+    EXPECT_EQ(premultMismatches<PIXEL_RGBA8>(RF_RGBA8, every8), 0);
+    EXPECT_EQ(premultMismatches<PIXEL_ARGB8>(RF_ARGB8, every8), 0);
+    std::vector<int> const some16 = {0, 1, 2, 255, 257, 12345, 32767, 32768, 54321, 65534, 65535};
+    EXPECT_EQ(premultMismatches<PIXEL_RGBA16>(RF_RGBA16, some16), 0);
+    EXPECT_EQ(premultMismatches<PIXEL_ARGB16>(RF_ARGB16, some16), 0);
 }
 
 } // namespace

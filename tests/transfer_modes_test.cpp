@@ -191,3 +191,17 @@ TEST(TransferModes, AlphaPathsHostBlendingAndAsymmetries) {
 }
 
 } // namespace
+
+namespace {
+
+// The 8-bit composite divides by a reciprocal multiply: the same integers as the division for
+// every numerator and divisor around its range, signs and zero included.
+TEST(TransferModes, EightBitReciprocalDivideEqualsTheDivision) {
+    int wrong = 0;
+    for (int b = -3; b < 700; ++b)
+        for (int a = -3; a < 700; ++a)
+            wrong += blend_detail::divide<PIXEL_RGBA8>(a, b) != PIXEL_RGBA8::divide(a, b);
+    EXPECT_EQ(wrong, 0);
+}
+
+} // namespace
