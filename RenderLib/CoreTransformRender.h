@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <new>
 
 namespace core_transform_detail {
 
@@ -96,6 +98,27 @@ inline void projectQuad(TX_Poly& poly, const RenderSettings& s, const TX_Mtrx44&
     poly.m_mask =
         POLY_MASK_SX | POLY_MASK_SY | POLY_MASK_SZ | POLY_MASK_SW | POLY_MASK_U | POLY_MASK_V;
 }
+
+// Row sums for the vector 4x4 span, held for one transform. The memory is the sampler's own, not
+// the host's: the host sees the same requests with or without it, and without it (no memory, or
+// the portable span) every row is simply summed again.
+template <class C> class RowCache {
+  public:
+    RowCache(RenderSettings& s, int pixels) {
+        if (s.lineFunction != LineFuncCP<C>::biCubicFunc_4x4 ||
+            chosenCubic4x4Span<C>() == &cubic4x4SpanPortable<C, 4> || pixels < 2)
+            return;
+        m_memory.reset(
+            new (std::nothrow) float[Cubic4x4RowCache::bytesFor(pixels) / sizeof(float)]);
+        if (!m_memory) return;
+        m_cache.attach(m_memory.get(), pixels);
+        s.lineData = &m_cache;
+    }
+
+  private:
+    std::unique_ptr<float[]> m_memory;
+    Cubic4x4RowCache m_cache;
+};
 
 } // namespace core_transform_detail
 
@@ -241,6 +264,7 @@ int coreTransformRender(PIXEL, C, ACC, V, FORMAT, PluginHost_API* host, CoreRend
     poly.m_mask = (poly.m_mask & ~POLY_MASK_SW) | POLY_MASK_Q;
 
     s.dstTop = window.y0;
+    const RowCache<C> rowCache(s, std::max(window.x1 - window.x0 + 1, destination.width));
     poly.m_pixels = static_cast<unsigned char*>(destination.data);
     poly.m_rowBytes = destination.rowBytes;
     poly.m_pixelBytes = s.srcPixelBytes;

@@ -6,6 +6,8 @@
 #include "RenderLib/LineFuncCP.h"
 
 #include <cstdlib>
+
+#include <cstdlib>
 #include <string_view>
 
 #if defined(__x86_64__) || defined(__i386__)
@@ -113,6 +115,93 @@ template <class C> MIRREL_AVX2_INLINE void storePair(C* d, __m256 v, __m256i min
     }
 }
 
+// The span through the row cache; false, having written nothing, where it does not apply: the
+// span steps v or q, its rows or the cache's width do not fit.
+template <class C, bool Packed>
+MIRREL_AVX2_INLINE bool spanFromRows(const RenderSettings* s, const Source<C>& src,
+                                     const SpanCoords& co, int n, C* d, Cubic4x4RowCache& cache,
+                                     const PackedRows<C>& packed) {
+    using Cache = Cubic4x4RowCache;
+    if (!(co.dv == 0.0 && co.dq == 0.0) || n < 2 || n > cache.capacity) return false;
+    float x, y;
+    co.at(0, x, y);                               // every pixel of the span has this y
+    const int iy = _mm_cvtt_ss2si(_mm_set_ss(y)); // out of range gives INT_MIN, as int(y) does
+    if (iy == Cache::kOutside || iy - 1 < src.top || iy + 2 > src.bottom) return false;
+    const float* lut = s->kernelLut;
+    const std::ptrdiff_t ps = src.pixelBytes / std::ptrdiff_t(sizeof(C));
+
+    if (!(co.u == cache.u && co.du == cache.du && co.q == cache.q) || n > cache.count) {
+        for (int i = 0; i < n; ++i) {
+            co.at(i, x, y);
+            const int ix = _mm_cvtt_ss2si(_mm_set_ss(x));
+            const bool inside = ix != Cache::kOutside && ix - 1 >= src.left && ix + 2 <= src.right;
+            cache.firstColumns[i] = inside ? ix - 1 : Cache::kOutside;
+            cache.weightRows[i] = inside ? kernelLutRow(x - float(ix)) : 0;
+        }
+        cache.u = co.u, cache.du = co.du, cache.q = co.q, cache.count = n;
+        for (int k = 0; k < Cache::kRows; ++k) cache.rows[k] = Cache::kOutside, cache.filled[k] = 0;
+    }
+    const int* cols = cache.firstColumns;
+    const int* wrow = cache.weightRows;
+    auto pairInside = [&](int i) {
+        return cols[i] != Cache::kOutside && cols[i + 1] != Cache::kOutside;
+    };
+
+    // The four source rows, summed across where a slot does not hold them yet.
+    const float* sums[4];
+    for (int j = 0; j < 4; ++j) {
+        const int r = iy - 1 + j;
+        int slot = -1;
+        for (int k = 0; k < Cache::kRows; ++k)
+            if (cache.rows[k] == r) slot = k;
+        if (slot < 0 || cache.filled[slot] < n) {
+            // Rows are scanned in order, so the slot farthest from this row goes first; the
+            // four rows of this span are nearer than any other.
+            auto distance = [&](int k) { return std::llabs((long long)cache.rows[k] - r); };
+            if (slot < 0)
+                for (int k = 0; k < Cache::kRows; ++k) {
+                    const bool needed = cache.rows[k] >= iy - 1 && cache.rows[k] <= iy + 2;
+                    if (!needed && (slot < 0 || distance(k) > distance(slot))) slot = k;
+                }
+            float* out = cache.sums + std::size_t(slot) * 4 * cache.capacity;
+            for (int i = 0; i + 1 < n; i += 2) {
+                if (!pairInside(i)) continue;
+                const __m256 wx = _mm256_set_m128(_mm_loadu_ps(lut + wrow[i + 1] * 4),
+                                                  _mm_loadu_ps(lut + wrow[i] * 4));
+                const __m256 xw[4] = {_mm256_permute_ps(wx, 0x00), _mm256_permute_ps(wx, 0x55),
+                                      _mm256_permute_ps(wx, 0xAA), _mm256_permute_ps(wx, 0xFF)};
+                _mm256_storeu_ps(
+                    out + 4 * i,
+                    rowSum<C, Packed>(xw, src.at(cols[i], r), src.at(cols[i + 1], r), ps, packed));
+            }
+            cache.rows[slot] = r;
+            cache.filled[slot] = n;
+        }
+        sums[j] = cache.sums + std::size_t(slot) * 4 * cache.capacity;
+    }
+
+    // ((y0 s0 + y1 s1) + y2 s2) + y3 s3 with the row's one set of weights.
+    const float* wy = lut + kernelLutRow(y - float(iy)) * 4;
+    const __m256 y0 = _mm256_set1_ps(wy[0]), y1 = _mm256_set1_ps(wy[1]);
+    const __m256 y2 = _mm256_set1_ps(wy[2]), y3 = _mm256_set1_ps(wy[3]);
+    const __m256i minV = _mm256_set1_epi32(s->minValue), maxV = _mm256_set1_epi32(s->maxValue);
+    int i = 0;
+    for (; i + 1 < n; i += 2, d += 8) {
+        if (!pairInside(i)) {
+            cubic4x4Pixel<C, 4>(s, src, co, i, d);
+            cubic4x4Pixel<C, 4>(s, src, co, i + 1, d + 4);
+            continue;
+        }
+        __m256 v = _mm256_add_ps(_mm256_mul_ps(y0, _mm256_loadu_ps(sums[0] + 4 * i)),
+                                 _mm256_mul_ps(y1, _mm256_loadu_ps(sums[1] + 4 * i)));
+        v = _mm256_add_ps(v, _mm256_mul_ps(y2, _mm256_loadu_ps(sums[2] + 4 * i)));
+        v = _mm256_add_ps(v, _mm256_mul_ps(y3, _mm256_loadu_ps(sums[3] + 4 * i)));
+        storePair(d, v, minV, maxV);
+    }
+    if (i < n) cubic4x4Pixel<C, 4>(s, src, co, i, d);
+    return true;
+}
+
 template <class C, bool Packed>
 MIRREL_AVX2 void spanAvx2(const RenderSettings* s, LineRenderStruct* line) {
     const Source<C> src(s);
@@ -121,8 +210,13 @@ MIRREL_AVX2 void spanAvx2(const RenderSettings* s, LineRenderStruct* line) {
     const int n = line->count;
     const float* lut = s->kernelLut;
     const std::ptrdiff_t ps = src.pixelBytes / std::ptrdiff_t(sizeof(C));
-    const __m256i minV = _mm256_set1_epi32(s->minValue), maxV = _mm256_set1_epi32(s->maxValue);
     const PackedRows<C> packed;
+    if (auto* cache = static_cast<Cubic4x4RowCache*>(s->lineData);
+        cache && spanFromRows<C, Packed>(s, src, co, n, d, *cache, packed)) {
+        advance(line);
+        return;
+    }
+    const __m256i minV = _mm256_set1_epi32(s->minValue), maxV = _mm256_set1_epi32(s->maxValue);
 
     const __m256d uv = _mm256_set_pd(co.v, co.u, co.v, co.u);
     const __m256d duv = _mm256_set_pd(co.dv, co.du, co.dv, co.du);

@@ -288,6 +288,36 @@ void cubic4x4SpanPortable(const RenderSettings* s, LineRenderStruct* line) {
     advance(line);
 }
 
+// Block-row sums of the four-channel 4 by 4 span kept from span to span of one transform. Where
+// a span holds v and q (no step along it) and starts and steps as the spans before it, every span
+// samples the same columns, so a source row summed across for one destination row serves the
+// next ones as they are: the same floats the pixel would have made. The transform points lineData
+// at one for the vector span; the portable span does not use it.
+struct Cubic4x4RowCache {
+    static constexpr int kRows = 6;
+    static constexpr int kOutside = -2147483647 - 1;
+    int capacity = 0;            // pixels a span may have
+    float* sums = nullptr;       // kRows rows of capacity pixels of four floats
+    int* firstColumns = nullptr; // per pixel: first block column, kOutside where it leaves
+    int* weightRows = nullptr;   // per pixel: row of the weight table
+    double u = 0, du = 0, q = 0; // the spans the columns belong to
+    int count = 0;               // pixels worked out; 0 when none
+    int rows[kRows];             // source row whose sums each slot holds
+    int filled[kRows];           // pixels of that row summed
+
+    static std::size_t bytesFor(int pixels) {
+        return std::size_t(pixels) * (kRows * 4 * sizeof(float) + 2 * sizeof(int));
+    }
+    // Lays the cache over `memory` of bytesFor(pixels) bytes, aligned for floats.
+    void attach(void* memory, int pixels) {
+        capacity = pixels;
+        sums = static_cast<float*>(memory);
+        firstColumns = reinterpret_cast<int*>(sums + std::size_t(kRows) * 4 * pixels);
+        weightRows = firstColumns + pixels;
+        count = 0;
+    }
+};
+
 // The four-channel span, by processor: chosen once per process (MIRREL_CPU=baseline keeps the
 // portable form, so both can be checked against the same outputs).
 template <class C> using Cubic4x4Span = void (*)(const RenderSettings*, LineRenderStruct*);

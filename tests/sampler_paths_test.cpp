@@ -63,6 +63,59 @@ template <class C> void compareSpans(unsigned seed) {
     }
 }
 
+// Destination rows one after another through the fast span with row sums kept between them, each
+// against the portable span: rows walking down and up and jumping, spans of the same columns
+// shorter and longer than before, a second set of columns, rows and columns at the borders, and
+// now and then a span that steps q.
+template <class C> void compareRows(unsigned seed) {
+    const Cubic4x4Span<C> fast = cubic4x4SpanAvx2<C>();
+    if (!fast) return;
+    std::mt19937 rng(seed);
+    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    const int w = 40, h = 30;
+    std::vector<C> pixels(std::size_t(w) * h * 4);
+    for (C& v : pixels) v = std::is_floating_point_v<C> ? C(unit(rng)) : C(rng() >> 16);
+    RenderSettings s;
+    std::memset(static_cast<void*>(&s), 0, sizeof s);
+    s.srcPixels = reinterpret_cast<unsigned char*>(pixels.data());
+    s.srcRowBytes = w * 4 * int(sizeof(C)), s.srcPixelBytes = 4 * int(sizeof(C));
+    s.srcRight = w - 1, s.srcBottom = h - 1;
+    s.maxValue = std::is_floating_point_v<C> ? 1 : (sizeof(C) == 1 ? 255 : 65535);
+    s.kernelSize = 4, s.kernelScale = 1.0;
+    setInterpLineFunc(&s, 0, 0, 4, false, 0, 0, false, 0, 0, 0, false, true);
+    const int capacity = 48;
+    std::vector<float> memory(Cubic4x4RowCache::bytesFor(capacity) / sizeof(float));
+    Cubic4x4RowCache cache;
+    cache.attach(memory.data(), capacity);
+    const double starts[2][2] = {{-1.3, 1.0}, {0.25, 0.8}}; // x of the first pixel, step
+    double y = 0.0;
+    for (int k = 0; k < 300; ++k) {
+        y += k % 50 == 0 ? unit(rng) * 20 - 10 : (k / 100 == 1 ? -0.9 : 0.9) * unit(rng) * 1.5;
+        y = y < -3 ? 32 : (y > 33 ? -3 : y);
+        const double* x = starts[k / 60 % 2];
+        LineRenderStruct line{};
+        line.q = 1.25, line.u = x[0] * line.q, line.v = y * line.q, line.du = x[1] * line.q;
+        line.dq = k % 37 == 0 ? 2e-3 : 0.0;
+        line.dv = k % 41 == 0 ? 0.05 : 0.0;
+        line.count = k % 7 == 0 ? 13 : (k % 11 == 0 ? 47 : 44);
+        std::vector<C> a(std::size_t(capacity) * 4, C(7)), b = a;
+        LineRenderStruct la = line, lb = line;
+        la.dest = reinterpret_cast<unsigned char*>(a.data());
+        lb.dest = reinterpret_cast<unsigned char*>(b.data());
+        cubic4x4SpanPortable<C, 4>(&s, &la);
+        s.lineData = &cache;
+        fast(&s, &lb);
+        s.lineData = nullptr;
+        ASSERT_EQ(std::memcmp(a.data(), b.data(), a.size() * sizeof(C)), 0) << "row " << k;
+    }
+}
+
+TEST(SamplerPaths, RowSumsKeptFromRowToRowGiveThePortablePixels) {
+    compareRows<unsigned char>(7);
+    compareRows<unsigned short>(8);
+    compareRows<float>(9);
+}
+
 TEST(SamplerPaths, FastFourByFourSpanEqualsThePortableOneInEveryDepth) {
     compareSpans<unsigned char>(1);
     compareSpans<unsigned short>(2);
