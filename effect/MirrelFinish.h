@@ -8,7 +8,8 @@
 
 // The end of a frame, once the mirror image stands alone in the output: alpha by host family,
 // noise, and the composite of the mirror image with the working copy of the source. Returns the
-// frame's status, replaced by the composite's when one runs.
+// frame's status, replaced by the composite's when one runs. `work` is the frame's own copy of
+// the source, which nothing reads after this.
 template <class P, class C, class A, class V, class F>
 int MirrelFinish(P p, C c, A a, V v, F f, PluginHost_API* host, RenderArguments const& args,
                  double fadeNoise, PluginRaster_API* work, PluginRaster_API* output, int status) {
@@ -53,9 +54,8 @@ int MirrelFinish(P p, C c, A a, V v, F f, PluginHost_API* host, RenderArguments 
         Premult(p, c, a, v, f, host, output);
         AVXUnsetAlpha(p, c, a, v, f, host, work, output);
     }
-    if (fxplugLike) {
-        Premult(p, c, a, v, f, host, work);
-        Premult(p, c, a, v, f, host, output);
-    }
+    // The working copy is dropped after the frame, so only the output goes back to
+    // premultiplied colour.
+    if (fxplugLike) Premult(p, c, a, v, f, host, output);
     return status;
 }
