@@ -1,6 +1,28 @@
 #include "inprocess/ScratchPool.h"
 
 #include <cstdlib>
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
+
+namespace {
+// Blocks of whole frames are mapped in huge pages where the system lends them: the first frame
+// spends most of its time faulting in small pages of fresh memory.
+constexpr std::size_t kHugePage = std::size_t(2) << 20;
+
+void* newBlock(std::size_t size) {
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+    if (size >= 2 * kHugePage) {
+        std::size_t const rounded = (size + kHugePage - 1) / kHugePage * kHugePage;
+        if (void* block = std::aligned_alloc(kHugePage, rounded)) {
+            madvise(block, rounded, MADV_HUGEPAGE); // advice only: small pages if refused
+            return block;
+        }
+    }
+#endif
+    return std::malloc(size ? size : 1);
+}
+} // namespace
 
 ScratchPool::~ScratchPool() {
     for (auto& [size, blocks] : m_idle)
@@ -15,7 +37,7 @@ void* ScratchPool::allocateBlock(std::size_t size) {
         block = idle->second.back();
         idle->second.pop_back();
     } else {
-        block = std::malloc(size ? size : 1);
+        block = newBlock(size);
         if (!block) return nullptr;
     }
     m_lent.emplace(block, size);

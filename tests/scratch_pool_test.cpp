@@ -26,4 +26,17 @@ TEST(ScratchPool, AGivenBackBlockIsLentAgainOnlyForItsOwnSize) {
     EXPECT_NE(pool.allocateBlock(0), nullptr);
 }
 
+// Frame-sized blocks, taken in whole huge pages, hold all their bytes and come back the same.
+TEST(ScratchPool, FrameSizedBlocksAreWholeAndLentAgain) {
+    ScratchPool pool;
+    std::size_t const size = 1920u * 1080u * 16u + 12345u;
+    auto* a = static_cast<unsigned char*>(pool.allocateBlock(size));
+    ASSERT_NE(a, nullptr);
+    std::memset(a, 7, size);
+    EXPECT_EQ(a[size - 1] + a[0], 14);
+    pool.releaseBlock(a);
+    EXPECT_EQ(pool.allocateBlock(size), a);
+    EXPECT_NE(pool.allocateBlock(size), a);
+}
+
 } // namespace
