@@ -16,26 +16,33 @@ Point pointOf(json const& state, std::string const& label) {
     return {v[0].get<double>(), v[1].get<double>()};
 }
 
-// Press at `from`, move in steps by (dx, dy) on a canvas shown at twice the frame's size, release.
-void drag(Served& s, Point from, double dx, double dy) {
-    ASSERT_EQ(
-        s.post(
-             "/api/mouse",
-             json{{"type", "down"}, {"x", from.x}, {"y", from.y}, {"width", 320}, {"height", 240}})
-            .first,
-        200);
-    for (int step = 1; step <= 3; ++step)
-        ASSERT_EQ(s.post("/api/mouse", json{{"type", "drag"},
-                                            {"x", from.x + dx * step / 3},
-                                            {"y", from.y + dy * step / 3}})
-                      .first,
-                  200);
-    ASSERT_EQ(
-        s.post("/api/mouse", json{{"type", "up"}, {"x", from.x + dx}, {"y", from.y + dy}}).first,
-        200);
+json mouse(char const* type, Point p, int width = 0, int height = 0) {
+    json m{{"type", type}, {"x", p.x}, {"y", p.y}};
+    if (width) m["width"] = width, m["height"] = height;
+    return m;
 }
 
-std::string const kPoints[] = {"Baseline Start", "Baseline End", "Height and Slant", "Translate"};
+// Status of a POST; 200 when it was accepted.
+int code(Served& s, char const* path, json const& body) {
+    return s.post(path, body).first;
+}
+
+// Runs a command line in the scratch folder as a shell does, `mirrel` on the PATH.
+int shell(Scratch const& scratch, std::string const& command) {
+    std::string bin = fs::path(MIRREL_BINARY).parent_path().string();
+    return std::system(
+        ("cd " + scratch.dir.string() + " && PATH=" + bin + ":$PATH " + command).c_str());
+}
+
+// Press at `from`, move in steps by (dx, dy) on a canvas shown at twice the frame's size, release.
+void drag(Served& s, Point from, double dx, double dy) {
+    ASSERT_EQ(code(s, "/api/mouse", mouse("down", from, 320, 240)), 200);
+    for (int step = 1; step <= 3; ++step)
+        ASSERT_EQ(
+            code(s, "/api/mouse", mouse("drag", {from.x + dx * step / 3, from.y + dy * step / 3})),
+            200);
+    ASSERT_EQ(code(s, "/api/mouse", mouse("up", {from.x + dx, from.y + dy})), 200);
+}
 
 TEST(PreviewHttp, ADragMovesWhatItsShapeMovesAndNothingElse) {
     struct Case {
@@ -47,17 +54,14 @@ TEST(PreviewHttp, ADragMovesWhatItsShapeMovesAndNothingElse) {
         Point p = pointOf(st, a), q = pointOf(st, b);
         return Point{p.x + (q.x - p.x) * t, p.y + (q.y - p.y) * t};
     };
+    auto handle = [](char const* label) {
+        return [label](json const& st) { return pointOf(st, label); };
+    };
     std::set<std::string> const baseline = {"Baseline Start", "Baseline End", "Height and Slant"};
     Case const cases[] = {
-        {"end handle",
-         [](json const& st) { return pointOf(st, "Baseline End"); },
-         {"Baseline End"}},
-        {"start handle",
-         [](json const& st) { return pointOf(st, "Baseline Start"); },
-         {"Baseline Start"}},
-        {"height handle",
-         [](json const& st) { return pointOf(st, "Height and Slant"); },
-         {"Height and Slant"}},
+        {"end handle", handle("Baseline End"), {"Baseline End"}},
+        {"start handle", handle("Baseline Start"), {"Baseline Start"}},
+        {"height handle", handle("Height and Slant"), {"Height and Slant"}},
         {"baseline",
          [&](json const& st) { return along(st, "Baseline Start", "Baseline End", 0.3); },
          baseline},
@@ -68,9 +72,7 @@ TEST(PreviewHttp, ADragMovesWhatItsShapeMovesAndNothingElse) {
              return Point{(m.x + h.x) / 2, (m.y + h.y) / 2};
          },
          baseline},
-        {"translate handle",
-         [](json const& st) { return pointOf(st, "Translate"); },
-         {"Translate"}},
+        {"translate handle", handle("Translate"), {"Translate"}},
     };
     Scratch scratch;
     std::string input = writeSample(scratch("in.png"));
@@ -96,27 +98,18 @@ TEST(PreviewHttp, TheFrameFollowsTheDragAndEqualsTheExportedRender) {
     Scratch scratch;
     std::string input = writeSample(scratch("in.png"));
     Served s(input);
-    ASSERT_EQ(s.post("/api/value", json{{"label", "Fade Length"}, {"value", 60}}).first, 200);
-    ASSERT_EQ(s.post("/api/value", json{{"label", "Bend"}, {"value", true}}).first, 200);
-    ASSERT_EQ(s.post("/api/value", json{{"label", "Bend Angle"}, {"value", 30.5}}).first, 200);
+    for (auto [label, value] :
+         {std::pair<char const*, json>{"Fade Length", 60}, {"Bend", true}, {"Bend Angle", 30.5}})
+        ASSERT_EQ(code(s, "/api/value", {{"label", label}, {"value", value}}), 200);
     Picture before = decodePng(s.bytes("/api/frame.png?controls=0"));
 
-    json st = s.state();
-    Point end = pointOf(st, "Baseline End");
-    ASSERT_EQ(
-        s.post("/api/mouse",
-               json{{"type", "down"}, {"x", end.x}, {"y", end.y}, {"width", 160}, {"height", 120}})
-            .first,
-        200);
-    ASSERT_EQ(s.post("/api/mouse", json{{"type", "drag"}, {"x", end.x + 0.1}, {"y", end.y - 0.123}})
-                  .first,
-              200);
+    Point end = pointOf(s.state(), "Baseline End"), to{end.x + 0.1, end.y - 0.123};
+    ASSERT_EQ(code(s, "/api/mouse", mouse("down", end, 160, 120)), 200);
+    ASSERT_EQ(code(s, "/api/mouse", mouse("drag", to)), 200);
     Picture proxy = decodePng(s.bytes("/api/frame.png?proxy=1"));
     EXPECT_EQ(proxy.width, 80);
     EXPECT_EQ(proxy.height, 60);
-    ASSERT_EQ(
-        s.post("/api/mouse", json{{"type", "up"}, {"x", end.x + 0.1}, {"y", end.y - 0.123}}).first,
-        200);
+    ASSERT_EQ(code(s, "/api/mouse", mouse("up", to)), 200);
     Picture after = decodePng(s.bytes("/api/frame.png?controls=0"));
     ASSERT_EQ(after.width, 160);
     EXPECT_NE(after.bytes, before.bytes);
@@ -125,19 +118,13 @@ TEST(PreviewHttp, TheFrameFollowsTheDragAndEqualsTheExportedRender) {
     // runs it, in a folder where the output it names lands.
     std::string preset = s.bytes("/api/preset");
     { std::ofstream(scratch("preset.json")) << preset; }
-    std::string viaPreset = scratch("via-preset.png");
-    ASSERT_EQ(std::system((std::string(MIRREL_BINARY) + " render " + input + " -o " + viaPreset +
-                           " --preset " + scratch("preset.json"))
-                              .c_str()),
-              0);
-    EXPECT_EQ(straightPixels(viaPreset).bytes, after.bytes);
+    ASSERT_EQ(shell(scratch, "mirrel render in.png -o via-preset.png --preset preset.json"), 0);
+    EXPECT_EQ(straightPixels(scratch("via-preset.png")).bytes, after.bytes);
 
     json exported = s.get("/api/export");
     EXPECT_EQ(exported["preset"], json::parse(preset));
-    std::string bin = fs::path(MIRREL_BINARY).parent_path().string();
-    std::string run = "cd " + scratch.dir.string() + " && PATH=" + bin + ":$PATH " +
-                      exported["command"].get<std::string>();
-    ASSERT_EQ(std::system(run.c_str()), 0) << run;
+    std::string command = exported["command"];
+    ASSERT_EQ(shell(scratch, command), 0) << command;
     EXPECT_EQ(straightPixels(scratch("in-mirrel.png")).bytes, after.bytes);
     EXPECT_NE(exported["ffmpeg"].get<std::string>().find("filter_name=mirrel:filter_params="),
               std::string::npos);
@@ -234,15 +221,14 @@ TEST(PreviewHttp, KeysAreSetAtThePlayheadOfASequence) {
     std::string save = scratch("look.json");
     Served s(scratch("shot.%d.png"), save);
     EXPECT_EQ(s.state()["frames"], json({1, 2, 4}));
-    ASSERT_EQ(s.post("/api/frame", json{{"frame", 4}}).first, 200);
-    ASSERT_EQ(s.post("/api/value", json{{"label", "Zoom"}, {"value", 2}, {"key", true}}).first,
-              200);
-    ASSERT_EQ(s.post("/api/frame", json{{"frame", 1}}).first, 200);
+    ASSERT_EQ(code(s, "/api/frame", {{"frame", 4}}), 200);
+    ASSERT_EQ(code(s, "/api/value", {{"label", "Zoom"}, {"value", 2}, {"key", true}}), 200);
+    ASSERT_EQ(code(s, "/api/frame", {{"frame", 1}}), 200);
     // An animated parameter takes a key wherever it is edited.
     auto [status, st] = s.post("/api/value", json{{"label", "Zoom"}, {"value", 1}});
     ASSERT_EQ(status, 200);
     EXPECT_EQ(paramOf(st, "Zoom")["keys"], json({1, 4}));
-    ASSERT_EQ(s.post("/api/frame", json{{"frame", 2}}).first, 200);
+    ASSERT_EQ(code(s, "/api/frame", {{"frame", 2}}), 200);
     EXPECT_NEAR(paramOf(s.state(), "Zoom")["value"].get<double>(), 4.0 / 3, 1e-12);
 
     json preset = s.get("/api/preset");
@@ -250,14 +236,9 @@ TEST(PreviewHttp, KeysAreSetAtThePlayheadOfASequence) {
     std::string command = s.get("/api/export")["command"];
     EXPECT_NE(command.find("--frames 1-2,4"), std::string::npos) << command;
     EXPECT_NE(command.find("Zoom@4=2"), std::string::npos) << command;
-    std::string bin = fs::path(MIRREL_BINARY).parent_path().string();
-    ASSERT_EQ(std::system(("cd " + scratch.dir.string() + " && PATH=" + bin + ":$PATH " + command +
-                           " 2>/dev/null")
-                              .c_str()),
-              0)
-        << command;
-    for (char const* out : {"shot.1-mirrel.png", "shot.2-mirrel.png", "shot.4-mirrel.png"})
-        EXPECT_TRUE(fs::exists(scratch(out))) << out;
+    ASSERT_EQ(shell(scratch, command + " 2>/dev/null"), 0) << command;
+    for (int f : {1, 2, 4})
+        EXPECT_TRUE(fs::exists(scratch("shot." + std::to_string(f) + "-mirrel.png")));
 
     auto [saved, answer] = s.post("/api/save", std::string("{}"));
     ASSERT_EQ(saved, 200);
@@ -267,7 +248,7 @@ TEST(PreviewHttp, KeysAreSetAtThePlayheadOfASequence) {
     for (auto const& e : fs::directory_iterator(scratch.dir)) files += e.is_regular_file();
     EXPECT_EQ(files, 7u); // three frames, three renders and the preset, no temporary left
 
-    ASSERT_EQ(s.post("/api/keys/clear", json{{"label", "Zoom"}}).first, 200);
+    ASSERT_EQ(code(s, "/api/keys/clear", {{"label", "Zoom"}}), 200);
     EXPECT_EQ(s.get("/api/preset"), json({{"Zoom", 4.0 / 3}}));
 }
 
