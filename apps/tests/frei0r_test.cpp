@@ -178,36 +178,25 @@ TEST(Frei0rPlugin, FfmpegThroughThePluginEqualsTheCommand) {
     std::string d = clipFolder("frei0r", MIRREL_FFMPEG);
     // Values a user sets; the rest keep their defaults. Noise with a seed makes the frame
     // time count; "Bend Stretch" lies beyond its slider.
-    std::vector<std::pair<std::string, std::string>> chosen = {{"Baseline Start", "0.1,0.7"},
-                                                               {"Baseline End", "0.9,0.65"},
-                                                               {"Bend", "on"},
-                                                               {"Bend Angle", "25"},
-                                                               {"Bend Stretch", "6"},
-                                                               {"Seam Style", "Inverse Square"},
-                                                               {"Seam Size", "Medium"},
-                                                               {"Seam Color", "1,0,0"},
-                                                               {"Softness", "7.8125"},
-                                                               {"Softness Aspect", "1.25"},
-                                                               {"Softness Type", "Simple"},
-                                                               {"Fade Start", "6.25"},
-                                                               {"Fade Length", "62.5"},
-                                                               {"Fade Type", "Square"},
-                                                               {"Quality", "Medium"},
-                                                               {"Gamma", "2.5"},
-                                                               {"Brightness", "1.25"},
-                                                               {"Random Seed", "16384"},
-                                                               {"Fade Noise", "12.5"},
-                                                               {"Post Softness", "2.5"},
-                                                               {"Mirrel Opacity", "75"},
-                                                               {"Transfer Mode", "Add"}};
+    char const* chosen[] = {"Baseline Start", "0.1,0.7", "Baseline End",    "0.9,0.65",
+                            "Bend",           "on",      "Bend Angle",      "25",
+                            "Bend Stretch",   "6",       "Seam Style",      "Inverse Square",
+                            "Seam Size",      "Medium",  "Seam Color",      "1,0,0",
+                            "Softness",       "7.8125",  "Softness Aspect", "1.25",
+                            "Softness Type",  "Simple",  "Fade Start",      "6.25",
+                            "Fade Length",    "62.5",    "Fade Type",       "Square",
+                            "Quality",        "Medium",  "Gamma",           "2.5",
+                            "Brightness",     "1.25",    "Random Seed",     "16384",
+                            "Fade Noise",     "12.5",    "Post Softness",   "2.5",
+                            "Mirrel Opacity", "75",      "Transfer Mode",   "Add"}; // label, value
     DeclaredParams declared;
     auto const& params = declared.params();
     std::vector<UserValue> values, held;
     for (Param const& p : params) values.push_back(userDefault(p));
     held = values;
-    for (auto const& [label, text] : chosen) {
-        Param const& p = findParam(params, label);
-        values[size_t(&p - params.data())] = parseValue(p, text);
+    for (size_t i = 0; i < std::size(chosen); i += 2) {
+        Param const& p = findParam(params, chosen[i]);
+        values[size_t(&p - params.data())] = parseValue(p, chosen[i + 1]);
     }
     auto mapped = frei0rParams(params);
     for (Frei0rParam const& f : mapped) {
@@ -227,34 +216,28 @@ TEST(Frei0rPlugin, FfmpegThroughThePluginEqualsTheCommand) {
     std::string sets;
     for (size_t i = 0; i < params.size(); ++i)
         if (params[i].kind != ParamKind::Group) sets += setOption(params[i], held[i]);
-    ASSERT_EQ(shell("FREI0R_PATH=" MIRREL_FREI0R_DIR " " MIRREL_FFMPEG " -v error -i " + d +
-                    "in.%d.png -vf 'frei0r=filter_name=mirrel:filter_params=" +
-                    frei0rFilterParams(params, values) + "' " + d + "ff.%d.png"),
-              0);
-    for (int f = 1; f <= 3; ++f) {
-        // ffmpeg passes the time in milliseconds, 40 a frame at 25 frames a second.
-        std::string n = std::to_string(f);
-        ASSERT_EQ(shell(std::string(MIRREL_BINARY) + " render " + d + "in." + n + ".png -o " + d +
-                        "cli." + n + ".png --frame " + std::to_string(40 * (f - 1)) + sets),
+    // ffmpeg passes the time in milliseconds, 40 a frame at 25 frames a second; frames without
+    // timestamps come with a time of about -3.7e20, and the plug-in counts them.
+    for (auto [name, options, filter, step] :
+         {std::tuple{"ff", "", "", 40},
+          {"nopts", " -fps_mode passthrough", "setpts=-9223372036854775808,", 1}}) {
+        SCOPED_TRACE(name);
+        std::string out = d + name;
+        ASSERT_EQ(shell("FREI0R_PATH=" MIRREL_FREI0R_DIR " " MIRREL_FFMPEG " -v error -i " + d +
+                        "in.%d.png" + options + " -vf '" + filter +
+                        "frei0r=filter_name=mirrel:filter_params=" +
+                        frei0rFilterParams(params, values) + "' " + out + ".%d.png"),
                   0);
-        auto ff = readImage(d + "ff." + n + ".png", 0).picture.bytes;
-        EXPECT_EQ(ff, readImage(d + "cli." + n + ".png", 0).picture.bytes) << "frame " << f;
-        EXPECT_NE(ff, readImage(d + "in." + n + ".png", 0).picture.bytes);
-    }
-    // Frames without timestamps come with a time of about -3.7e20; the plug-in counts them.
-    ASSERT_EQ(shell("FREI0R_PATH=" MIRREL_FREI0R_DIR " " MIRREL_FFMPEG " -v error -i " + d +
-                    "in.%d.png -fps_mode passthrough -vf 'setpts=-9223372036854775808,"
-                    "frei0r=filter_name=mirrel:filter_params=" +
-                    frei0rFilterParams(params, values) + "' " + d + "nopts.%d.png"),
-              0);
-    for (int f = 1; f <= 3; ++f) {
-        std::string n = std::to_string(f);
-        ASSERT_EQ(shell(std::string(MIRREL_BINARY) + " render " + d + "in." + n + ".png -o " + d +
-                        "counted." + n + ".png --frame " + std::to_string(f - 1) + sets),
-                  0);
-        EXPECT_EQ(readImage(d + "nopts." + n + ".png", 0).picture.bytes,
-                  readImage(d + "counted." + n + ".png", 0).picture.bytes)
-            << "frame " << f;
+        for (int f = 1; f <= 3; ++f) {
+            std::string n = std::to_string(f);
+            ASSERT_EQ(shell(std::string(MIRREL_BINARY) + " render " + d + "in." + n + ".png -o " +
+                            out + "-cli." + n + ".png --frame " + std::to_string(step * (f - 1)) +
+                            sets),
+                      0);
+            auto ff = readImage(out + "." + n + ".png", 0).picture.bytes;
+            EXPECT_EQ(ff, readImage(out + "-cli." + n + ".png", 0).picture.bytes) << "frame " << f;
+            EXPECT_NE(ff, readImage(d + "in." + n + ".png", 0).picture.bytes);
+        }
     }
     fs::remove_all(d);
 #endif
