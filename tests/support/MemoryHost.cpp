@@ -6,27 +6,17 @@
 #include <cstdlib>
 #include <cstring>
 
+namespace {
+// The pixel type of each raster format number, kept apart from the core's own classification.
+PluginRaster_API::PixelType pixelTypeOf(int format) {
+    static int const type[21] = {0, 0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 4, 0, 1, 4, 0, 0, 2, 2, 0, 4};
+    return PluginRaster_API::PixelType(format >= 0 && format <= 20 ? type[format] : 0);
+}
+} // namespace
+
 int bytesPerPixel(PluginRasterFormat format) {
-    switch (int(format)) {
-    case 3:
-    case 4:
-    case 5:
-    case 6:
-    case 7:
-    case 8:
-    case 13:
-    case 17:
-    case 18:
-        return 8;
-    case 9:
-    case 10:
-    case 11:
-    case 14:
-    case 20:
-        return 16;
-    default:
-        return 4;
-    }
+    static int const bytes[] = {4, 8, 8, 8, 16};
+    return bytes[pixelTypeOf(int(format))];
 }
 
 MemoryImage::MemoryImage(PluginRasterFormat format, int width, int height, Rows rows) {
@@ -66,28 +56,7 @@ void MemoryImage::fillBytes(unsigned seed) {
 }
 
 PluginRaster_API::PixelType MemoryRaster::getPixelType() {
-    switch (int(m_info.format)) {
-    case 3:
-    case 4:
-    case 13:
-        return PixelType(1);
-    case 5:
-    case 6:
-    case 17:
-    case 18:
-        return PixelType(2);
-    case 7:
-    case 8:
-        return PixelType(3);
-    case 9:
-    case 10:
-    case 11:
-    case 14:
-    case 20:
-        return PixelType(4);
-    default:
-        return PixelType(0);
-    }
+    return pixelTypeOf(int(m_info.format));
 }
 
 MemoryHost::MemoryHost(MemoryImage* input, MemoryImage* output) : m_input(input), m_output(output) {
