@@ -117,64 +117,48 @@ TEST(TransferModes, EachModeInEachFormat) {
 }
 
 // Hand-worked pixels in the format's own scale, each in both channel orders of its depth.
+Px const kWhite16 = {65535, 65535, 65535, 65535};
 struct PathCase {
     int depth, mode;
-    Px top, bottom;
-    double opTop, opBottom;
-    int flags, status;
-    Px want;
+    Px top, bottom, want;
+    double opTop = 1, opBottom = 1;
+    int flags = 0, status = 0;
 } const kPaths[] = {
     // A transparent top gives the bottom's colour, untouched by the mode, at its scaled alpha.
-    {8, 5, {90, 90, 90, 0}, {10, 20, 30, 200}, 1, 0.5, 0, 0, {10, 20, 30, 100}},
+    {8, 5, {90, 90, 90, 0}, {10, 20, 30, 200}, {10, 20, 30, 100}, 1, 0.5},
     // A transparent bottom: the top as it is; the mode would have darkened it.
-    {8, 5, {10, 20, 30, 200}, {90, 90, 90, 0}, 1, 1, 0, 0, {10, 20, 30, 200}},
+    {8, 5, {10, 20, 30, 200}, {90, 90, 90, 0}, {10, 20, 30, 200}},
     // A half-transparent top over an opaque bottom: an ordinary over.
-    {8, 2, {200, 100, 0, 128}, {0, 100, 200, 255}, 1, 1, 0, 0, {100, 100, 99, 255}},
-    {32, 2, {0.8, 0.4, 0.0, 0.5}, {0.0, 0.4, 0.8, 1.0}, 1, 1, 0, 0, {0.4, 0.4, 0.4, 1.0}},
+    {8, 2, {200, 100, 0, 128}, {0, 100, 200, 255}, {100, 100, 99, 255}},
+    {32, 2, {0.8, 0.4, 0.0, 0.5}, {0.0, 0.4, 0.8, 1.0}, {0.4, 0.4, 0.4, 1.0}},
     // A half-transparent bottom fades the mode's effect toward the top's colour.
-    {8, 5, {200, 200, 200, 255}, {100, 100, 100, 128}, 1, 1, 0, 0, {138, 138, 138, 255}},
+    {8, 5, {200, 200, 200, 255}, {100, 100, 100, 128}, {138, 138, 138, 255}},
     // The top's opacity scales its alpha before anything else.
-    {8, 2, {204, 102, 51, 255}, {0, 0, 0, 255}, 0.5, 1, 0, 0, {101, 51, 25, 255}},
+    {8, 2, {204, 102, 51, 255}, {0, 0, 0, 255}, {101, 51, 25, 255}, 0.5},
     // Add over a half-transparent top premultiplies by itself.
-    {8, 4, {200, 0, 0, 128}, {100, 0, 0, 255}, 1, 1, 0, 0, {200, 0, 0, 255}},
+    {8, 4, {200, 0, 0, 128}, {100, 0, 0, 255}, {200, 0, 0, 255}},
     // Behind puts the bottom over the top.
-    {8, 1, {200, 100, 0, 255}, {0, 100, 200, 128}, 1, 1, 0, 0, {99, 100, 100, 255}},
-    {8, 1, {5, 6, 7, 90}, {1, 2, 3, 0}, 1, 1, 0, 0, {5, 6, 7, 90}},
+    {8, 1, {200, 100, 0, 255}, {0, 100, 200, 128}, {99, 100, 100, 255}},
+    {8, 1, {5, 6, 7, 90}, {1, 2, 3, 0}, {5, 6, 7, 90}},
     // Forced opacity is honoured by the modes but not by behind and normal.
-    {8, 5, {0, 0, 0, 0}, {9, 9, 9, 100}, 1, 1, kForceOpaque, 0, {kAny, kAny, kAny, 255}},
-    {8, 2, {0, 0, 0, 0}, {9, 9, 9, 100}, 1, 1, kForceOpaque, 0, {kAny, kAny, kAny, 100}},
-    {8, 1, {9, 9, 9, 100}, {0, 0, 0, 0}, 1, 1, kForceOpaque, 0, {kAny, kAny, kAny, 100}},
+    {8, 5, {0, 0, 0, 0}, {9, 9, 9, 100}, {kAny, kAny, kAny, 255}, 1, 1, kForceOpaque},
+    {8, 2, {0, 0, 0, 0}, {9, 9, 9, 100}, {kAny, kAny, kAny, 100}, 1, 1, kForceOpaque},
+    {8, 1, {9, 9, 9, 100}, {0, 0, 0, 0}, {kAny, kAny, kAny, 100}, 1, 1, kForceOpaque},
     // An unknown mode leaves the top. A host that blends by itself gets the work, unless told
     // not to.
-    {8, 26, {1, 2, 3, 4}, {50, 60, 70, 255}, 1, 1, 0, 0, {1, 2, 3, 4}},
-    {8, 5, {1, 2, 3, 4}, {50, 60, 70, 255}, 1, 1, kHostBlends, 1, {1, 2, 3, 4}},
-    {8,
-     11,
-     {1, 2, 3, 255},
-     {50, 60, 70, 255},
-     1,
-     1,
-     kHostBlends | kNoHostBlend,
-     0,
-     {50, 60, 70, 255}},
+    {8, 26, {1, 2, 3, 4}, {50, 60, 70, 255}, {1, 2, 3, 4}},
+    {8, 5, {1, 2, 3, 4}, {50, 60, 70, 255}, {1, 2, 3, 4}, 1, 1, kHostBlends, 1},
+    {8, 11, {1, 2, 3, 255}, {50, 60, 70, 255}, {50, 60, 70, 255}, 1, 1, kHostBlends | kNoHostBlend},
     // The 8-bit multiply is biased low and loses a step at the top; 16 bits do not.
-    {8, 5, {255, 255, 255, 255}, {255, 255, 255, 255}, 1, 1, 0, 0, {254, 254, 254, 255}},
-    {16,
-     5,
-     {65535, 65535, 65535, 65535},
-     {65535, 65535, 65535, 65535},
-     1,
-     1,
-     0,
-     0,
-     {65535, 65535, 65535, 65535}},
+    {8, 5, {255, 255, 255, 255}, {255, 255, 255, 255}, {254, 254, 254, 255}},
+    {16, 5, kWhite16, kWhite16, kWhite16},
     // Float: saturation caps an over-range channel at 1, luma (0.598 of the red) does not.
-    {32, 14, {2, 0, 0, 1}, {0, 0, 1, 1}, 1, 1, 0, 0, {0, kAny, 1, kAny}},
-    {32, 16, {2, 0, 0, 1}, {0, 0, 1, 1}, 1, 1, 0, 0, {1 - 0.402 / 0.886, kAny, 1, kAny}},
+    {32, 14, {2, 0, 0, 1}, {0, 0, 1, 1}, {0, kAny, 1, kAny}},
+    {32, 16, {2, 0, 0, 1}, {0, 0, 1, 1}, {1 - 0.402 / 0.886, kAny, 1, kAny}},
     // Negative colour counts as 0 inside the modes.
-    {32, 10, {-0.5, 0.2, 0.2, 1}, {0.3, 0.3, 0.3, 1}, 1, 1, 0, 0, {0, kAny, kAny, kAny}},
+    {32, 10, {-0.5, 0.2, 0.2, 1}, {0.3, 0.3, 0.3, 1}, {0, kAny, kAny, kAny}},
     // Screen keeps its formula here: only the effect's menu turns float screen into add.
-    {32, 6, {0.5, 0.5, 0.5, 1}, {0.5, 0.5, 0.5, 1}, 1, 1, 0, 0, {0.75, 0.75, 0.75, 1}},
+    {32, 6, {0.5, 0.5, 0.5, 1}, {0.5, 0.5, 0.5, 1}, {0.75, 0.75, 0.75, 1}},
 };
 
 TEST(TransferModes, AlphaPathsHostBlendingAndAsymmetries) {
@@ -189,10 +173,6 @@ TEST(TransferModes, AlphaPathsHostBlendingAndAsymmetries) {
                     << "format " << f << " mode " << c.mode << " channel " << i << ": " << o[i];
         }
 }
-
-} // namespace
-
-namespace {
 
 // The 8-bit composite divides by a reciprocal multiply: the same integers as the division for
 // every numerator and divisor around its range, signs and zero included.
