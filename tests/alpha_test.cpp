@@ -99,10 +99,6 @@ TEST(PixelTraits, EightBitsAreBiasedOthersKeepTheirRangeAndZeroDivides) {
     EXPECT_EQ(PIXEL_RGBA32::divide(0.5f, 0.0f), 0.0f);
 }
 
-} // namespace
-
-namespace {
-
 // The 8-bit division to straight colour, worked for every alpha and colour at once, gives the
 // integers of the division itself.
 TEST(Alpha, EightBitStraightColourEqualsTheDivisionEverywhere) {
@@ -126,10 +122,6 @@ TEST(Alpha, EightBitStraightColourEqualsTheDivisionEverywhere) {
     EXPECT_EQ(wrong, 0);
     EXPECT_EQ(image.pixel<unsigned char>(200, 0)[0], 200) << "alpha 0 keeps its colour";
 }
-
-} // namespace
-
-namespace {
 
 // Premultiplied in place, each colour is the format's own multiply by alpha, whichever pixels of
 // a row the wide path takes: every 8-bit colour at every alpha, every 16-bit colour at a spread
