@@ -16,14 +16,19 @@ struct Outcome {
     std::string err;
 };
 
-// Runs the mirrel program with the arguments as the shell reads them.
-inline Outcome mirrel(std::string const& args) {
+// Exit status and standard error of a command, run by the shell.
+inline Outcome run(std::string const& command) {
     std::string err = scratchPath("run.err");
-    int raw = std::system((MIRREL_BINARY " " + args + " >/dev/null 2>" + err).c_str());
+    int raw = std::system((command + " >/dev/null 2>" + err).c_str());
     std::ifstream e(err);
     Outcome r{WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, {std::istreambuf_iterator<char>(e), {}}};
     fs::remove(err);
     return r;
+}
+
+// Runs the mirrel program with the arguments as the shell reads them.
+inline Outcome mirrel(std::string const& args) {
+    return run(MIRREL_BINARY " " + args);
 }
 
 // A folder of its own for each test, removed afterwards.

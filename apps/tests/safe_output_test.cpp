@@ -1,4 +1,4 @@
-#include "AppTestSupport.h"
+#include "CommandTestSupport.h"
 #include "apps/cli/ImageFile.h"
 #include "apps/cli/SafeOutput.h"
 
@@ -15,24 +15,15 @@
 #include <tuple>
 #include <unistd.h>
 
-namespace fs = std::filesystem;
-
 namespace {
 
 // The command with the write faults preloaded; the sanitizers' runtime need not come first.
 std::string const kFaulty =
     "ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" MIRREL_WRITE_FAULT " ";
 
-struct Folder {
-    fs::path dir = scratchPath(testing::UnitTest::GetInstance()->current_test_info()->name());
-    Folder() {
-        fs::remove_all(dir);
-        fs::create_directories(dir);
-        std::string const demo = MIRREL_BINARY " demo -o " + (dir / "in.png").string();
-        EXPECT_EQ(std::system((demo + " >/dev/null").c_str()), 0);
-    }
-    ~Folder() { fs::remove_all(dir); }
-    std::string operator()(std::string const& name) const { return (dir / name).string(); }
+// A scratch folder holding the demo picture as in.png.
+struct Folder : Scratch {
+    Folder() { EXPECT_EQ(mirrel("demo -o " + (*this)("in.png")).status, 0); }
     std::set<std::string> names() const {
         std::set<std::string> n;
         for (auto const& e : fs::directory_iterator(dir)) n.insert(e.path().filename().string());
@@ -44,16 +35,6 @@ struct Folder {
     }
 };
 
-// Exit status and standard error of the command, run by the shell.
-std::pair<int, std::string> run(std::string const& command) {
-    std::string const err = scratchPath("safe.err");
-    int const raw = std::system((command + " >/dev/null 2>" + err).c_str());
-    std::ifstream e(err);
-    std::string text{std::istreambuf_iterator<char>(e), {}};
-    fs::remove(err);
-    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, text};
-}
-
 std::string render(Folder const& f, std::string const& out) {
     return MIRREL_BINARY " render " + f("in.png") + " -o " + f(out);
 }
@@ -63,7 +44,7 @@ TEST(SafeOutput, AFullDiskFailsNamingTheOutputAndKeepsTheEarlierFile) {
     // PNG and TIFF encode in memory; JPEG's library must not end the process; SGI goes through a
     // private file first.
     for (std::string out : {"o.png", "o.jpg", "o.tif", "o.sgi"}) {
-        ASSERT_EQ(run(render(f, out)).first, 0) << out;
+        ASSERT_EQ(run(render(f, out)).status, 0) << out;
         std::string const before = f.bytes(out);
         auto const names = f.names();
         for (long room : {0L, 100L}) {
@@ -98,7 +79,7 @@ TEST(SafeOutput, LinksAtTheTemporaryNamesAreLeftAlone) {
     // Long names still leave room for the temporary name.
     EXPECT_EQ(tempNamePrefix(std::string(250, 'n'), 255).size() + 12, 255u);
     std::string const longName = std::string(240, 'n') + ".png";
-    EXPECT_EQ(run(render(f, longName)).first, 0);
+    EXPECT_EQ(run(render(f, longName)).status, 0);
 }
 
 TEST(SafeOutput, SignalsDuringTheWriteLeaveNoTemporaryFile) {
