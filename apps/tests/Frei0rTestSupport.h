@@ -2,6 +2,8 @@
 #include "AppTestSupport.h"
 #include "apps/frei0r/Frei0rMapping.h"
 
+#include <dlfcn.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -12,6 +14,17 @@ inline int shell(std::string const& command) {
     int raw = std::system(command.c_str());
     return WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
 }
+
+// The plug-in loaded as a host loads it, closed again at the end.
+struct Module {
+    void* handle = dlopen(MIRREL_FREI0R_MODULE, RTLD_NOW | RTLD_LOCAL);
+    template <class F> F* sym(char const* name) {
+        return reinterpret_cast<F*>(dlsym(handle, name));
+    }
+    ~Module() {
+        if (handle) dlclose(handle);
+    }
+};
 
 inline Frei0rParam const& byName(std::vector<Frei0rParam> const& params, std::string const& name) {
     for (Frei0rParam const& f : params)

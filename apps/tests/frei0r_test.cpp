@@ -6,8 +6,6 @@ extern "C" {
 }
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -127,18 +125,15 @@ TEST(Frei0rMapping, DefaultsAndUsefulValuesSitOnTheSlider) {
 
 // The plug-in itself, as a host loads it: a point's two parameters set one value between them.
 TEST(Frei0rPlugin, PointCoordinatesAreSetAndReadApart) {
-    void* module = dlopen(MIRREL_FREI0R_MODULE, RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(module, nullptr) << dlerror();
-    auto sym = [&](char const* name) { return dlsym(module, name); };
-    auto init = reinterpret_cast<int (*)()>(sym("f0r_init"));
-    auto construct = reinterpret_cast<f0r_instance_t (*)(unsigned, unsigned)>(sym("f0r_construct"));
-    auto destruct = reinterpret_cast<void (*)(f0r_instance_t)>(sym("f0r_destruct"));
-    auto set =
-        reinterpret_cast<void (*)(f0r_instance_t, f0r_param_t, int)>(sym("f0r_set_param_value"));
-    auto get =
-        reinterpret_cast<void (*)(f0r_instance_t, f0r_param_t, int)>(sym("f0r_get_param_value"));
-    auto info = reinterpret_cast<void (*)(f0r_param_info_t*, int)>(sym("f0r_get_param_info"));
-    auto deinit = reinterpret_cast<void (*)()>(sym("f0r_deinit"));
+    Module m;
+    ASSERT_NE(m.handle, nullptr) << dlerror();
+    auto init = m.sym<int()>("f0r_init");
+    auto construct = m.sym<f0r_instance_t(unsigned, unsigned)>("f0r_construct");
+    auto destruct = m.sym<void(f0r_instance_t)>("f0r_destruct");
+    auto set = m.sym<void(f0r_instance_t, f0r_param_t, int)>("f0r_set_param_value");
+    auto get = m.sym<void(f0r_instance_t, f0r_param_t, int)>("f0r_get_param_value");
+    auto info = m.sym<void(f0r_param_info_t*, int)>("f0r_get_param_info");
+    auto deinit = m.sym<void()>("f0r_deinit");
     ASSERT_TRUE(init && construct && destruct && set && get && info && deinit);
     ASSERT_EQ(init(), 1);
     f0r_instance_t instance = construct(96, 64);
@@ -166,7 +161,6 @@ TEST(Frei0rPlugin, PointCoordinatesAreSetAndReadApart) {
     EXPECT_EQ(value(endY), 0.375);
     destruct(instance);
     deinit();
-    dlclose(module);
 }
 
 // ffmpeg renders a generated clip through the plug-in; the mirrel command renders the same

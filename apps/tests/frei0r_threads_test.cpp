@@ -5,24 +5,12 @@ extern "C" {
 }
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
-
 #include <atomic>
 #include <cstdint>
 #include <thread>
 #include <vector>
 
 namespace {
-
-struct Module {
-    void* handle = dlopen(MIRREL_FREI0R_MODULE, RTLD_NOW | RTLD_LOCAL);
-    template <class F> F* sym(char const* name) {
-        return reinterpret_cast<F*>(dlsym(handle, name));
-    }
-    ~Module() {
-        if (handle) dlclose(handle);
-    }
-};
 
 // Several threads render frames of one shared instance and of instances of their own at once,
 // with grain on; every frame equals the frame rendered alone.
