@@ -3,6 +3,7 @@
 #include "apps/common/PictureAlpha.h"
 #include "apps/preview/PreviewServer.h"
 #include "apps/preview/PreviewSession.h"
+#include "apps/tests/CommandTestSupport.h"
 
 #include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imageio.h>
@@ -16,21 +17,6 @@
 #include <unistd.h>
 
 using nlohmann::json;
-namespace fs = std::filesystem;
-
-// A folder of its own for each test, removed afterwards.
-struct Scratch {
-    fs::path dir;
-    Scratch() {
-        dir = fs::path(testing::TempDir()) /
-              ("mirrel-preview-" + std::to_string(getpid()) + "-" +
-               testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(dir);
-        fs::create_directories(dir);
-    }
-    ~Scratch() { fs::remove_all(dir); }
-    std::string operator()(std::string const& name) const { return (dir / name).string(); }
-};
 
 // A picture with structure above the floor line, written as an 8-bit PNG; `shade` tells the
 // frames of a sequence apart.
