@@ -5,15 +5,20 @@
 
 namespace {
 
+void writePixels(std::string const& path, OIIO::ImageSpec const& spec,
+                 std::vector<float> const& v) {
+    auto out = OIIO::ImageOutput::create(path);
+    ASSERT_TRUE(out && out->open(path, spec));
+    ASSERT_TRUE(out->write_image(OIIO::TypeDesc::FLOAT, v.data()));
+    out->close();
+}
+
 // A straight opaque or HDR picture written as the file's own pixels.
 void writeFile(std::string const& path, OIIO::ImageSpec spec, float value) {
     std::vector<float> pixels(size_t(spec.image_pixels()) * size_t(spec.nchannels));
     for (size_t i = 0; i < pixels.size(); ++i)
         pixels[i] = value * float((i * 7) % 13) / 12.0f + (i % size_t(spec.nchannels) == 3);
-    auto out = OIIO::ImageOutput::create(path);
-    ASSERT_TRUE(out && out->open(path, spec));
-    ASSERT_TRUE(out->write_image(OIIO::TypeDesc::FLOAT, pixels.data()));
-    out->close();
+    writePixels(path, spec, pixels);
 }
 
 struct FileRead {
@@ -74,10 +79,7 @@ TEST(OutputFile, AnExrKeepsItsWindowsAndAttributesAndTheMirrorLandsOnTheFullFram
     for (int y = 0; y < 20; ++y)
         std::copy_n(window.pixels.begin() + y * 40 * 4, 40 * 4,
                     full.begin() + ((y + 5) * 64 + 10) * 4);
-    auto out = OIIO::ImageOutput::create(s("full.exr"));
-    ASSERT_TRUE(out->open(s("full.exr"), fullSpec));
-    out->write_image(OIIO::TypeDesc::FLOAT, full.data());
-    out->close();
+    writePixels(s("full.exr"), fullSpec, full);
 
     std::string look = " --set 'Transfer Mode=Normal' --set 'Baseline Start=0,0.5' --set "
                        "'Baseline End=1,0.5' --depth 32";
