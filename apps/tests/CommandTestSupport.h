@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sys/wait.h>
 
 namespace fs = std::filesystem;
@@ -43,5 +44,10 @@ struct Scratch {
     std::string operator()(std::string const& name) const { return (dir / name).string(); }
     std::vector<unsigned char> pixels(std::string const& name) const {
         return readImage((*this)(name), 0).picture.bytes;
+    }
+    std::set<std::string> names() const {
+        std::set<std::string> n;
+        for (auto const& e : fs::directory_iterator(dir)) n.insert(e.path().filename().string());
+        return n;
     }
 };

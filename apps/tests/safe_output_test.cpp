@@ -24,11 +24,6 @@ std::string const kFaulty =
 // A scratch folder holding the demo picture as in.png.
 struct Folder : Scratch {
     Folder() { EXPECT_EQ(mirrel("demo -o " + (*this)("in.png")).status, 0); }
-    std::set<std::string> names() const {
-        std::set<std::string> n;
-        for (auto const& e : fs::directory_iterator(dir)) n.insert(e.path().filename().string());
-        return n;
-    }
     std::string bytes(std::string const& name) const {
         std::ifstream in((*this)(name), std::ios::binary);
         return {std::istreambuf_iterator<char>(in), {}};

@@ -17,12 +17,6 @@ void writeFrames(Scratch const& s, std::string const& prefix, std::vector<int> c
     }
 }
 
-std::set<std::string> filesIn(Scratch const& s) {
-    std::set<std::string> names;
-    for (auto const& e : fs::directory_iterator(s.dir)) names.insert(e.path().filename().string());
-    return names;
-}
-
 TEST(Sequence, PatternsAndFrameListsNameTheFilesOfEachFrame) {
     Scratch s;
     writeFrames(s, "in", {1, 2, 3, 4, 5});
@@ -34,7 +28,7 @@ TEST(Sequence, PatternsAndFrameListsNameTheFilesOfEachFrame) {
         Outcome r = mirrel("render " + s("in%d.png") + " -o " + s(out) + " --frames " + frames);
         ASSERT_EQ(r.status, 0) << r.err;
         for (std::string const& name : written) EXPECT_TRUE(fs::exists(s(name))) << name;
-        EXPECT_EQ(filesIn(s).size(), 5 + written.size()) << out;
+        EXPECT_EQ(s.names().size(), 5 + written.size()) << out;
         for (std::string const& name : written) fs::remove(s(name));
     }
 }
@@ -81,7 +75,7 @@ TEST(Sequence, AnOutputThatIsAnInputOfTheRunIsRefusedBeforeAnyFrame) {
     fs::create_directory(s("links"));
     fs::create_hard_link(s("x2.png"), s("links/h3.png"));
     fs::create_symlink(s("x5.png"), s("links/s2.png"));
-    auto before = filesIn(s);
+    auto before = s.names();
     for (auto const& [out, clash] :
          std::vector<std::pair<std::string, std::string>>{
              {s("x1%d.png"), s("x11.png")},         // frame 1 would write frame 11's input
@@ -92,7 +86,7 @@ TEST(Sequence, AnOutputThatIsAnInputOfTheRunIsRefusedBeforeAnyFrame) {
         Outcome r = mirrel("render " + s("x%d.png") + " -o " + out + " --frames 1-12");
         EXPECT_EQ(r.status, 2) << out;
         EXPECT_TRUE(contains(r.err, clash)) << r.err;
-        EXPECT_EQ(filesIn(s), before);
+        EXPECT_EQ(s.names(), before);
     }
 }
 
