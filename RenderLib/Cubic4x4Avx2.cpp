@@ -6,8 +6,6 @@
 #include "RenderLib/LineFuncCP.h"
 
 #include <cstdlib>
-
-#include <cstdlib>
 #include <string_view>
 
 #if defined(__x86_64__) || defined(__i386__)
@@ -58,6 +56,20 @@ MIRREL_AVX2_INLINE __m256i loadLanes(const void* a, const void* b) {
         _mm_loadu_si128(static_cast<const __m128i*>(b)), 1);
 }
 
+// Weight rows ra (low lane) and rb (high lane) of the table, each weight spread over its lane.
+MIRREL_AVX2_INLINE void pairWeights(const float* lut, int ra, int rb, __m256* w) {
+    const __m256 both = _mm256_set_m128(_mm_loadu_ps(lut + rb * 4), _mm_loadu_ps(lut + ra * 4));
+    w[0] = _mm256_permute_ps(both, 0x00), w[1] = _mm256_permute_ps(both, 0x55);
+    w[2] = _mm256_permute_ps(both, 0xAA), w[3] = _mm256_permute_ps(both, 0xFF);
+}
+
+// ((w0 v0 + w1 v1) + w2 v2) + w3 v3, as the portable sums associate.
+MIRREL_AVX2_INLINE __m256 weightedSum(const __m256* w, const __m256* v) {
+    __m256 s = _mm256_add_ps(_mm256_mul_ps(w[0], v[0]), _mm256_mul_ps(w[1], v[1]));
+    s = _mm256_add_ps(s, _mm256_mul_ps(w[2], v[2]));
+    return _mm256_add_ps(s, _mm256_mul_ps(w[3], v[3]));
+}
+
 // Block rows whose pixels lie side by side are read whole and spread by shuffles.
 template <class C> struct PackedRows {
     __m256i w0, w1, w2, w3;
@@ -92,9 +104,7 @@ MIRREL_AVX2_INLINE __m256 rowSum(const __m256* x, const C* a, const C* b, std::p
     } else {
         for (int i = 0; i < 4; ++i) p[i] = loadPair(a + i * ps, b + i * ps);
     }
-    __m256 s = _mm256_add_ps(_mm256_mul_ps(x[0], p[0]), _mm256_mul_ps(x[1], p[1]));
-    s = _mm256_add_ps(s, _mm256_mul_ps(x[2], p[2]));
-    return _mm256_add_ps(s, _mm256_mul_ps(x[3], p[3]));
+    return weightedSum(x, p);
 }
 
 // Rounds, clamps and stores both pixels, a then b.
@@ -166,10 +176,8 @@ MIRREL_AVX2_INLINE bool spanFromRows(const RenderSettings* s, const Source<C>& s
             float* out = cache.sums + std::size_t(slot) * 4 * cache.capacity;
             for (int i = 0; i + 1 < n; i += 2) {
                 if (!pairInside(i)) continue;
-                const __m256 wx = _mm256_set_m128(_mm_loadu_ps(lut + wrow[i + 1] * 4),
-                                                  _mm_loadu_ps(lut + wrow[i] * 4));
-                const __m256 xw[4] = {_mm256_permute_ps(wx, 0x00), _mm256_permute_ps(wx, 0x55),
-                                      _mm256_permute_ps(wx, 0xAA), _mm256_permute_ps(wx, 0xFF)};
+                __m256 xw[4];
+                pairWeights(lut, wrow[i], wrow[i + 1], xw);
                 _mm256_storeu_ps(
                     out + 4 * i,
                     rowSum<C, Packed>(xw, src.at(cols[i], r), src.at(cols[i + 1], r), ps, packed));
@@ -180,10 +188,10 @@ MIRREL_AVX2_INLINE bool spanFromRows(const RenderSettings* s, const Source<C>& s
         sums[j] = cache.sums + std::size_t(slot) * 4 * cache.capacity;
     }
 
-    // ((y0 s0 + y1 s1) + y2 s2) + y3 s3 with the row's one set of weights.
-    const float* wy = lut + kernelLutRow(y - float(iy)) * 4;
-    const __m256 y0 = _mm256_set1_ps(wy[0]), y1 = _mm256_set1_ps(wy[1]);
-    const __m256 y2 = _mm256_set1_ps(wy[2]), y3 = _mm256_set1_ps(wy[3]);
+    // The row's one set of weights down the block.
+    const int wyRow = kernelLutRow(y - float(iy));
+    __m256 yw[4];
+    pairWeights(lut, wyRow, wyRow, yw);
     const __m256i minV = _mm256_set1_epi32(s->minValue), maxV = _mm256_set1_epi32(s->maxValue);
     int i = 0;
     for (; i + 1 < n; i += 2, d += 8) {
@@ -192,11 +200,9 @@ MIRREL_AVX2_INLINE bool spanFromRows(const RenderSettings* s, const Source<C>& s
             cubic4x4Pixel<C, 4>(s, src, co, i + 1, d + 4);
             continue;
         }
-        __m256 v = _mm256_add_ps(_mm256_mul_ps(y0, _mm256_loadu_ps(sums[0] + 4 * i)),
-                                 _mm256_mul_ps(y1, _mm256_loadu_ps(sums[1] + 4 * i)));
-        v = _mm256_add_ps(v, _mm256_mul_ps(y2, _mm256_loadu_ps(sums[2] + 4 * i)));
-        v = _mm256_add_ps(v, _mm256_mul_ps(y3, _mm256_loadu_ps(sums[3] + 4 * i)));
-        storePair(d, v, minV, maxV);
+        const __m256 rows[4] = {_mm256_loadu_ps(sums[0] + 4 * i), _mm256_loadu_ps(sums[1] + 4 * i),
+                                _mm256_loadu_ps(sums[2] + 4 * i), _mm256_loadu_ps(sums[3] + 4 * i)};
+        storePair(d, weightedSum(yw, rows), minV, maxV);
     }
     if (i < n) cubic4x4Pixel<C, 4>(s, src, co, i, d);
     return true;
@@ -262,22 +268,14 @@ MIRREL_AVX2 void spanAvx2(const RenderSettings* s, LineRenderStruct* line) {
         }
         const int* r = lutRows[slot];
         const int* c = cols[slot];
-        const __m256 wx =
-            _mm256_set_m128(_mm_loadu_ps(lut + r[2] * 4), _mm_loadu_ps(lut + r[0] * 4));
-        const __m256 wy =
-            _mm256_set_m128(_mm_loadu_ps(lut + r[3] * 4), _mm_loadu_ps(lut + r[1] * 4));
-        const __m256 x[4] = {_mm256_permute_ps(wx, 0x00), _mm256_permute_ps(wx, 0x55),
-                             _mm256_permute_ps(wx, 0xAA), _mm256_permute_ps(wx, 0xFF)};
+        __m256 x[4], yw[4];
+        pairWeights(lut, r[0], r[2], x);
+        pairWeights(lut, r[1], r[3], yw);
         const int ax = c[0] - 1, ay = c[1] - 1, bx = c[2] - 1, by = c[3] - 1;
         __m256 rows[4];
         for (int j = 0; j < 4; ++j)
             rows[j] = rowSum<C, Packed>(x, src.at(ax, ay + j), src.at(bx, by + j), ps, packed);
-        const __m256 s0 = rows[0], s1 = rows[1], s2 = rows[2], s3 = rows[3];
-        __m256 v = _mm256_add_ps(_mm256_mul_ps(_mm256_permute_ps(wy, 0x00), s0),
-                                 _mm256_mul_ps(_mm256_permute_ps(wy, 0x55), s1));
-        v = _mm256_add_ps(v, _mm256_mul_ps(_mm256_permute_ps(wy, 0xAA), s2));
-        v = _mm256_add_ps(v, _mm256_mul_ps(_mm256_permute_ps(wy, 0xFF), s3));
-        storePair(d, v, minV, maxV);
+        storePair(d, weightedSum(yw, rows), minV, maxV);
     }
     if (p < n) cubic4x4Pixel<C, 4>(s, src, co, p, d);
     advance(line);
