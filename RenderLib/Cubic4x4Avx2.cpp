@@ -4,9 +4,9 @@
 // same. Pixels whose block leaves the bounds, and an odd last pixel, go through the portable
 // pixel itself.
 #include "RenderLib/LineFuncCP.h"
+#include "pixel/Processor.h"
 
 #include <cstdlib>
-#include <string_view>
 
 #if defined(__x86_64__) || defined(__i386__)
 #include <immintrin.h>
@@ -306,9 +306,7 @@ template <class C> Cubic4x4Span<C> cubic4x4SpanAvx2() {
 
 template <class C> Cubic4x4Span<C> chosenCubic4x4Span() {
     static const Cubic4x4Span<C> chosen = [] {
-        const char* cpu = std::getenv("MIRREL_CPU");
-        const bool baseline = cpu && std::string_view(cpu) == "baseline";
-        Cubic4x4Span<C> fast = baseline ? nullptr : cubic4x4SpanAvx2<C>();
+        Cubic4x4Span<C> fast = processorHasAvx2() ? cubic4x4SpanAvx2<C>() : nullptr;
         return fast ? fast : &cubic4x4SpanPortable<C, 4>;
     }();
     return chosen;

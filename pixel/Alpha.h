@@ -136,12 +136,30 @@ int UnPremult(P, C, A, V, F, PluginHost_API* host, PluginRaster_API* raster) {
     host->getRasterInfo(raster, &info);
     if constexpr (P::is8Bit()) {
         unsigned char const* table = alpha_detail::straightTable8<P>();
-        alpha_detail::forEachPixel<P>(info, [table](C* px) {
+        auto straighten = [table](C* px) {
             int const a = px[P::ALPHA];
             if (a == 0 || a == 255) return; // alpha 0 keeps its colour; 255 divides to itself
             unsigned char const* row = table + (a << 8);
             for (int i = P::FIRST_COLOR; i < P::FIRST_COLOR + 3; ++i) px[i] = row[px[i]];
-        });
+        };
+        for (int y = 0; y < info.height; ++y) {
+            auto* px = reinterpret_cast<C*>(info.row(y));
+            int x = 0;
+#if defined(__SSE2__)
+            // Four pixels whose alphas are all 0 or full have nothing to change.
+            __m128i const alphaBits = _mm_set1_epi32(int(0xFFu << (8 * P::ALPHA)));
+            __m128i const none = _mm_setzero_si128();
+            for (; x + 4 <= info.width; x += 4) {
+                __m128i const a = _mm_and_si128(
+                    _mm_loadu_si128(reinterpret_cast<__m128i const*>(px + 4 * x)), alphaBits);
+                __m128i const ends =
+                    _mm_or_si128(_mm_cmpeq_epi32(a, none), _mm_cmpeq_epi32(a, alphaBits));
+                if (_mm_movemask_epi8(ends) != 0xFFFF)
+                    for (int k = 0; k < 4; ++k) straighten(px + 4 * (x + k));
+            }
+#endif
+            for (; x < info.width; ++x) straighten(px + 4 * x);
+        }
     } else {
         alpha_detail::forEachPixel<P>(info, [](C* px) {
             V a = V(px[P::ALPHA]);

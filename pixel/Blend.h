@@ -1,5 +1,6 @@
 #pragma once
 #include "host/PluginHost_API.h"
+#include "pixel/InFrontRows8.h"
 #include "pixel/Traits.h"
 
 #include <array>
@@ -58,8 +59,10 @@ template <class P, class V> inline void dropNegative(V* c) {
 
 // Walks the three layers over the bottom's size. Per pixel, `body` gets the three pixels, both
 // alphas scaled by their opacities and the union alpha; forceOpaque then sets alpha to full.
+// An 8-bit `lead` row function, where given, does the leading pixels of each row instead of body.
 template <class P, class C, class V, class Body>
-void walk(Layers const& L, float opacityTop, float opacityBottom, bool forceOpaque, Body&& body) {
+void walk(Layers const& L, float opacityTop, float opacityBottom, bool forceOpaque, Body&& body,
+          InFrontRow8 lead = nullptr) {
     // 8-bit alphas scale through tables of the same products, made once a call.
     [[maybe_unused]] V scaledTop[P::is8Bit() ? 256 : 1], scaledBottom[P::is8Bit() ? 256 : 1];
     if constexpr (P::is8Bit())
@@ -73,11 +76,22 @@ void walk(Layers const& L, float opacityTop, float opacityBottom, bool forceOpaq
         else
             return scaledAlpha<P>(V(alpha), opacity);
     };
+    if constexpr (P::is8Bit()) {
+        // The row functions hold their lanes to alphas of 0..255.
+        for (int a = 0; a < 256 && lead; ++a)
+            if (unsigned(scaledTop[a]) > 255u || unsigned(scaledBottom[a]) > 255u) lead = nullptr;
+    }
     for (int y = 0; y < L.bottom.height; ++y) {
         auto const* t = reinterpret_cast<C const*>(L.top.row(y));
         auto const* b = reinterpret_cast<C const*>(L.bottom.row(y));
         auto* o = reinterpret_cast<C*>(L.out.row(y));
-        for (int x = 0; x < L.bottom.width; ++x, t += 4, b += 4, o += 4) {
+        int x = 0;
+        if constexpr (P::is8Bit())
+            if (lead) {
+                x = lead(t, b, o, L.bottom.width, scaledTop, scaledBottom, forceOpaque);
+                t += 4 * x, b += 4 * x, o += 4 * x;
+            }
+        for (; x < L.bottom.width; ++x, t += 4, b += 4, o += 4) {
             V const A1 = scaled(t[P::ALPHA], scaledTop, opacityTop);
             V const A2 = scaled(b[P::ALPHA], scaledBottom, opacityBottom);
             body(t, b, o, A1, A2, V(A1 + A2 - P::multiply(A1, A2)));
@@ -109,35 +123,38 @@ int Blend(P, C, A, V, F, Mode mode, PluginHost_API* host, float opacityTop, floa
     if (!mode.hasEffect()) return 0;
     V const M = V(P::MAX_VALUE());
     V const m = V(P::MIN_VALUE());
-    walk<P, C, V>(Layers(host, top, bottom, out), opacityTop, opacityBottom, forceOpaque,
-                  [&](C const* t, C const* b, C* o, V A1, V A2, V O) {
-                      if (A1 == m) return copyPixel<P>(o, b, O);
-                      V c1[3], c2[3];
-                      readColor<P>(t, c1);
-                      readColor<P>(b, c2);
-                      V res[3] = {c1[0], c1[1], c1[2]};
-                      V RA = A1;
-                      if (A2 > m) {
-                          mode.composite(F(), c1[0], c1[1], c1[2], A1, c2[0], c2[1], c2[2], A2,
-                                         res[0], res[1], res[2], RA);
-                          // The mode's effect fades toward the top's own colour where the bottom
-                          // is transparent.
-                          if (A2 < M && !mode.done())
-                              for (int i = 0; i < 3; ++i)
-                                  res[i] = P::multiply(c1[i], M - A2) + P::multiply(res[i], A2);
-                      }
-                      if (!mode.done()) {
-                          if (A1 == M || A2 == m) {
-                              O = RA;
-                          } else {
-                              V const K = P::multiply(M - RA, A2);
-                              for (int i = 0; i < 3; ++i)
-                                  res[i] = divide<P>(
-                                      P::multiply(res[i], RA) + P::multiply(c2[i], K), RA + K);
-                          }
-                      }
-                      writePixel<P>(o, res, O);
-                  });
+    InFrontRow8 lead = nullptr;
+    if constexpr (P::is8Bit() && Mode::keepsTopColour) lead = chosenInFrontRow8(P::ALPHA);
+    walk<P, C, V>(
+        Layers(host, top, bottom, out), opacityTop, opacityBottom, forceOpaque,
+        [&](C const* t, C const* b, C* o, V A1, V A2, V O) {
+            if (A1 == m) return copyPixel<P>(o, b, O);
+            V c1[3], c2[3];
+            readColor<P>(t, c1);
+            readColor<P>(b, c2);
+            V res[3] = {c1[0], c1[1], c1[2]};
+            V RA = A1;
+            if (A2 > m) {
+                mode.composite(F(), c1[0], c1[1], c1[2], A1, c2[0], c2[1], c2[2], A2, res[0],
+                               res[1], res[2], RA);
+                // The mode's effect fades toward the top's own colour where the bottom
+                // is transparent.
+                if (A2 < M && !mode.done())
+                    for (int i = 0; i < 3; ++i)
+                        res[i] = P::multiply(c1[i], M - A2) + P::multiply(res[i], A2);
+            }
+            if (!mode.done()) {
+                if (A1 == M || A2 == m) {
+                    O = RA;
+                } else {
+                    V const K = P::multiply(M - RA, A2);
+                    for (int i = 0; i < 3; ++i)
+                        res[i] = divide<P>(P::multiply(res[i], RA) + P::multiply(c2[i], K), RA + K);
+                }
+            }
+            writePixel<P>(o, res, O);
+        },
+        lead);
     return 0;
 }
 

@@ -15,6 +15,8 @@ namespace blend_detail {
 template <class P, class V> struct ModeBase {
     V maxValue{};
     V secondValue{};
+    // True where the composite is the top's own colour, as in front.
+    static constexpr bool keepsTopColour = false;
     bool hasEffect() const { return true; }
     bool done() const { return false; }
 };
@@ -63,6 +65,7 @@ template <class P, class C, class A, class V, class F>
 struct BLEND_IN_FRONT : blend_detail::ModeBase<P, V> {
     using blend_detail::ModeBase<P, V>::maxValue;
     using blend_detail::ModeBase<P, V>::secondValue;
+    static constexpr bool keepsTopColour = true;
     void setup(F, float opacityTop, float) {
         if constexpr (P::is8Bit())
             maxValue = V(int(P::MAX_VALUE() * opacityTop));

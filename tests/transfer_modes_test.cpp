@@ -184,4 +184,50 @@ TEST(TransferModes, EightBitReciprocalDivideEqualsTheDivision) {
     EXPECT_EQ(wrong, 0);
 }
 
+// In front, with the 8-bit rows left to the pixel loop.
+template <class P, class C, class A, class V, class F>
+struct ScalarInFront : BLEND_IN_FRONT<P, C, A, V, F> {
+    static constexpr bool keepsTopColour = false;
+};
+
+// The vector rows of the 8-bit in-front composite give the pixel loop's bytes: noise pictures
+// whose alphas gather at 0, 255 and in between, widths that leave tails, opacities that keep
+// the vector lanes in range and ones (above 1) that must fall back, written over the top.
+template <class P> void expectVectorInFrontEqualsLoop(PluginRasterFormat format) {
+    for (int width : {1, 8, 29, 64})
+        for (auto [opTop, opBottom] : {std::pair{1.0f, 1.0f},
+                                       {0.6f, 1.0f},
+                                       {0.37f, 0.5f},
+                                       {1.0f, 0.0f},
+                                       {1.6f, 1.0f},
+                                       {1.0f, 2.0f}}) {
+            MemoryImage bottom(format, width, 7);
+            MemoryImage tops[2] = {MemoryImage(format, width, 7), MemoryImage(format, width, 7)};
+            bottom.fillBytes(unsigned(width));
+            for (auto& t : tops) t.fillBytes(unsigned(width * 3 + 1));
+            for (int y = 0; y < 7; ++y)
+                for (int x = 0; x < width; ++x)
+                    for (auto* im : {&tops[0], &tops[1], &bottom}) {
+                        auto* px = im->template pixel<unsigned char>(x, y);
+                        int const pick = (x * 7 + y * 3 + int(im == &bottom)) % 5;
+                        if (pick < 2) px[P::ALPHA] = pick == 0 ? 0 : 255;
+                    }
+            MemoryHost host(&tops[0], &bottom);
+            MemoryRaster t0(tops[0].info, false), t1(tops[1].info, false), b(bottom.info, false);
+            for (bool opaque : {false, true}) {
+                Blend(PIXEL_VALUES(P), BLEND_IN_FRONT<PIXEL_ARGS(P)>(), &host, opTop, opBottom, &t0,
+                      &b, &t0, false, opaque);
+                Blend(PIXEL_VALUES(P), ScalarInFront<PIXEL_ARGS(P)>(), &host, opTop, opBottom, &t1,
+                      &b, &t1, false, opaque);
+                ASSERT_EQ(tops[0].bytes(), tops[1].bytes())
+                    << "width " << width << " opacities " << opTop << ", " << opBottom;
+            }
+        }
+}
+
+TEST(TransferModes, VectorInFrontRowsEqualThePixelLoop) {
+    expectVectorInFrontEqualsLoop<PIXEL_RGBA8>(RF_RGBA8);
+    expectVectorInFrontEqualsLoop<PIXEL_ARGB8>(RF_ARGB8);
+}
+
 } // namespace
