@@ -23,29 +23,41 @@ struct Lanes {
     __m256 sum;
 };
 
-// Colour I of eight pixels, in place at its byte.
-template <int I> MIRREL_AVX2_INLINE __m256i colour(__m256i t, __m256i b, Lanes const& l) {
+// Colour I of eight pixels, in place at its byte. Without Divide, no lane needs the division.
+template <int I, bool Divide>
+MIRREL_AVX2_INLINE __m256i colour(__m256i t, __m256i b, Lanes const& l) {
     __m256i const full = _mm256_set1_epi32(255);
     __m256i const c1 = channel<I>(t);
     __m256i const c2 = channel<I>(b);
     __m256i r = _mm256_blendv_epi8(
         c1, _mm256_add_epi32(mul(c1, _mm256_sub_epi32(full, l.A2)), mul(c1, l.A2)), l.partBottom);
-    __m256i const n = _mm256_add_epi32(mul(r, l.A1), mul(c2, l.K));
-    __m256i const q =
-        _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(_mm256_mullo_epi32(n, full)), l.sum));
-    r = _mm256_blendv_epi8(q, r, l.topOnly);
+    if constexpr (Divide) {
+        __m256i const n = _mm256_add_epi32(mul(r, l.A1), mul(c2, l.K));
+        __m256i const q = _mm256_cvttps_epi32(
+            _mm256_div_ps(_mm256_cvtepi32_ps(_mm256_mullo_epi32(n, full)), l.sum));
+        r = _mm256_blendv_epi8(q, r, l.topOnly);
+    }
     r = _mm256_blendv_epi8(r, c2, l.noTop);
     r = _mm256_max_epi32(_mm256_min_epi32(r, full), _mm256_setzero_si256());
     return _mm256_slli_epi32(r, 8 * I);
+}
+
+// The three colours, at the bytes other than alpha's.
+template <int AI, bool Divide>
+MIRREL_AVX2_INLINE __m256i colours(__m256i t, __m256i b, Lanes const& l) {
+    constexpr int C0 = AI == 0 ? 1 : 0;
+    return _mm256_or_si256(
+        _mm256_or_si256(colour<C0, Divide>(t, b, l), colour<C0 + 1, Divide>(t, b, l)),
+        colour<C0 + 2, Divide>(t, b, l));
 }
 
 template <int AI>
 __attribute__((target("avx2"))) int
 inFrontRow(unsigned char const* top, unsigned char const* bottom, unsigned char* out, int width,
            int const* scaledTop, int const* scaledBottom, bool forceOpaque) {
-    constexpr int C0 = AI == 0 ? 1 : 0; // the colours sit at the other three bytes
     __m256i const zero = _mm256_setzero_si256();
     __m256i const full = _mm256_set1_epi32(255);
+    __m256i const ones = _mm256_cmpeq_epi32(full, full);
     int x = 0;
     for (; x + 8 <= width; x += 8) {
         __m256i const t = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(top + 4 * x));
@@ -65,10 +77,16 @@ inFrontRow(unsigned char const* top, unsigned char const* bottom, unsigned char*
         __m256i const unionAlpha = _mm256_sub_epi32(_mm256_add_epi32(l.A1, l.A2), mul(l.A1, l.A2));
         __m256i a = _mm256_blendv_epi8(unionAlpha, l.A1, _mm256_andnot_si256(l.noTop, l.topOnly));
         a = forceOpaque ? full : _mm256_max_epi32(_mm256_min_epi32(a, full), zero);
-        __m256i const result =
-            _mm256_or_si256(_mm256_or_si256(colour<C0>(t, b, l), colour<C0 + 1>(t, b, l)),
-                            _mm256_or_si256(colour<C0 + 2>(t, b, l), _mm256_slli_epi32(a, 8 * AI)));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * x), result);
+        // Groups wholly outside the top keep the bottom's colour; most others need no division.
+        __m256i rgb;
+        if (_mm256_testc_si256(l.noTop, ones))
+            rgb = _mm256_andnot_si256(_mm256_slli_epi32(full, 8 * AI), b);
+        else if (_mm256_testc_si256(_mm256_or_si256(l.noTop, l.topOnly), ones))
+            rgb = colours<AI, false>(t, b, l);
+        else
+            rgb = colours<AI, true>(t, b, l);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * x),
+                            _mm256_or_si256(rgb, _mm256_slli_epi32(a, 8 * AI)));
     }
     return x;
 }

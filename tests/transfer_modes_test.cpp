@@ -193,14 +193,11 @@ struct ScalarInFront : BLEND_IN_FRONT<P, C, A, V, F> {
 // The vector rows of the 8-bit in-front composite give the pixel loop's bytes: noise pictures
 // whose alphas gather at 0, 255 and in between, widths that leave tails, opacities that keep
 // the vector lanes in range and ones (above 1) that must fall back, written over the top.
+std::pair<float, float> const kOpacities[] = {{1, 1},    {0.6f, 1}, {0.37f, 0.5f}, {1, 0},
+                                              {0, 0.8f}, {1.6f, 1}, {1, 2}};
 template <class P> void expectVectorInFrontEqualsLoop(PluginRasterFormat format) {
     for (int width : {1, 8, 29, 64})
-        for (auto [opTop, opBottom] : {std::pair{1.0f, 1.0f},
-                                       {0.6f, 1.0f},
-                                       {0.37f, 0.5f},
-                                       {1.0f, 0.0f},
-                                       {1.6f, 1.0f},
-                                       {1.0f, 2.0f}}) {
+        for (auto [opTop, opBottom] : kOpacities) {
             MemoryImage bottom(format, width, 7);
             MemoryImage tops[2] = {MemoryImage(format, width, 7), MemoryImage(format, width, 7)};
             bottom.fillBytes(unsigned(width));
