@@ -126,21 +126,31 @@ template <class C> MIRREL_AVX2_INLINE void storePair(C* d, __m256 v, __m256i min
 }
 
 // The span through the row cache; false, having written nothing, where it does not apply: the
-// span steps v or q, its rows or the cache's width do not fit.
+// span steps v, its pixels do not all fall on one source y, its rows or the cache's width do not
+// fit.
 template <class C, bool Packed>
 MIRREL_AVX2_INLINE bool spanFromRows(const RenderSettings* s, const Source<C>& src,
                                      const SpanCoords& co, int n, C* d, Cubic4x4RowCache& cache,
                                      const PackedRows<C>& packed) {
     using Cache = Cubic4x4RowCache;
-    if (!(co.dv == 0.0 && co.dq == 0.0) || n < 2 || n > cache.capacity) return false;
+    if (!(co.dv == 0.0) || n < 2 || n > cache.capacity) return false;
     float x, y;
-    co.at(0, x, y);                               // every pixel of the span has this y
+    co.at(0, x, y);
+    if (co.dq != 0.0) {
+        // Along the span w = dq i + q moves one way, and y = v / w with it while w keeps its
+        // sign; so where both ends give the same y, every pixel has it.
+        float lastX, lastY;
+        co.at(n - 1, lastX, lastY);
+        const double w0 = co.dq * 0 + co.q, w1 = co.dq * (n - 1) + co.q;
+        if (!(y == lastY) || !((w0 > 0.0 && w1 > 0.0) || (w0 < 0.0 && w1 < 0.0))) return false;
+    }
     const int iy = _mm_cvtt_ss2si(_mm_set_ss(y)); // out of range gives INT_MIN, as int(y) does
     if (iy == Cache::kOutside || iy - 1 < src.top || iy + 2 > src.bottom) return false;
     const float* lut = s->kernelLut;
     const std::ptrdiff_t ps = src.pixelBytes / std::ptrdiff_t(sizeof(C));
 
-    if (!(co.u == cache.u && co.du == cache.du && co.q == cache.q) || n > cache.count) {
+    if (!(co.u == cache.u && co.du == cache.du && co.q == cache.q && co.dq == cache.dq) ||
+        n > cache.count) {
         for (int i = 0; i < n; ++i) {
             co.at(i, x, y);
             const int ix = _mm_cvtt_ss2si(_mm_set_ss(x));
@@ -148,7 +158,7 @@ MIRREL_AVX2_INLINE bool spanFromRows(const RenderSettings* s, const Source<C>& s
             cache.firstColumns[i] = inside ? ix - 1 : Cache::kOutside;
             cache.weightRows[i] = inside ? kernelLutRow(x - float(ix)) : 0;
         }
-        cache.u = co.u, cache.du = co.du, cache.q = co.q, cache.count = n;
+        cache.u = co.u, cache.du = co.du, cache.q = co.q, cache.dq = co.dq, cache.count = n;
         for (int k = 0; k < Cache::kRows; ++k) cache.rows[k] = Cache::kOutside, cache.filled[k] = 0;
     }
     const int* cols = cache.firstColumns;

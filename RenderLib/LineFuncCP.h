@@ -296,14 +296,14 @@ void cubic4x4SpanPortable(const RenderSettings* s, LineRenderStruct* line) {
 struct Cubic4x4RowCache {
     static constexpr int kRows = 6;
     static constexpr int kOutside = -2147483647 - 1;
-    int capacity = 0;            // pixels a span may have
-    float* sums = nullptr;       // kRows rows of capacity pixels of four floats
-    int* firstColumns = nullptr; // per pixel: first block column, kOutside where it leaves
-    int* weightRows = nullptr;   // per pixel: row of the weight table
-    double u = 0, du = 0, q = 0; // the spans the columns belong to
-    int count = 0;               // pixels worked out; 0 when none
-    int rows[kRows];             // source row whose sums each slot holds
-    int filled[kRows];           // pixels of that row summed
+    int capacity = 0;                    // pixels a span may have
+    float* sums = nullptr;               // kRows rows of capacity pixels of four floats
+    int* firstColumns = nullptr;         // per pixel: first block column, kOutside where it leaves
+    int* weightRows = nullptr;           // per pixel: row of the weight table
+    double u = 0, du = 0, q = 0, dq = 0; // the spans the columns belong to
+    int count = 0;                       // pixels worked out; 0 when none
+    int rows[kRows];                     // source row whose sums each slot holds
+    int filled[kRows];                   // pixels of that row summed
 
     static std::size_t bytesFor(int pixels) {
         return std::size_t(pixels) * (kRows * 4 * sizeof(float) + 2 * sizeof(int));

@@ -6,32 +6,6 @@
 
 #include <algorithm>
 
-std::string lowercase(std::string s) {
-    return OIIO::Strutil::lower(s);
-}
-
-char const* kindName(ParamKind kind) {
-    switch (kind) {
-    case ParamKind::Group:
-        return "group";
-    case ParamKind::Popup:
-        return "popup";
-    case ParamKind::Toggle:
-        return "toggle";
-    case ParamKind::Float:
-        return "float";
-    case ParamKind::Int:
-        return "int";
-    case ParamKind::Angle:
-        return "angle";
-    case ParamKind::Point:
-        return "point";
-    case ParamKind::Color:
-        return "colour";
-    }
-    return "?";
-}
-
 std::vector<std::string> closestLabels(std::vector<Param> const& params, std::string const& label,
                                        size_t count) {
     std::string want = lowercase(label);
