@@ -17,6 +17,16 @@ template <int I> MIRREL_AVX2_INLINE __m256i channel(__m256i px) {
     return _mm256_and_si256(_mm256_srli_epi32(px, 8 * I), _mm256_set1_epi32(255));
 }
 
+// The table entries of the eight alphas; a group whose alphas are all 0 or all full, as most are,
+// reads its one entry without a gather.
+template <int AI> MIRREL_AVX2_INLINE __m256i scaled(__m256i px, int const* table) {
+    __m256i const alphas = _mm256_and_si256(px, _mm256_set1_epi32(int(0xFFu << (8 * AI))));
+    if (_mm256_testz_si256(alphas, alphas)) return _mm256_set1_epi32(table[0]);
+    if (_mm256_testc_si256(alphas, _mm256_set1_epi32(int(0xFFu << (8 * AI)))))
+        return _mm256_set1_epi32(table[255]);
+    return _mm256_i32gather_epi32(table, channel<AI>(px), 4);
+}
+
 // The per-pixel conditions and terms of eight pixels, shared by their three colours.
 struct Lanes {
     __m256i A1, A2, K, noTop, partBottom, topOnly;
@@ -63,8 +73,8 @@ inFrontRow(unsigned char const* top, unsigned char const* bottom, unsigned char*
         __m256i const t = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(top + 4 * x));
         __m256i const b = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(bottom + 4 * x));
         Lanes l;
-        l.A1 = _mm256_i32gather_epi32(scaledTop, channel<AI>(t), 4);
-        l.A2 = _mm256_i32gather_epi32(scaledBottom, channel<AI>(b), 4);
+        l.A1 = scaled<AI>(t, scaledTop);
+        l.A2 = scaled<AI>(b, scaledBottom);
         // No top: the bottom pixel as it is, under the union alpha.
         l.noTop = _mm256_cmpeq_epi32(l.A1, zero);
         // A partly transparent bottom fades the mode's colour toward the top's.

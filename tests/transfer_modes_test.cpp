@@ -191,8 +191,9 @@ struct ScalarInFront : BLEND_IN_FRONT<P, C, A, V, F> {
 };
 
 // The vector rows of the 8-bit in-front composite give the pixel loop's bytes: noise pictures
-// whose alphas gather at 0, 255 and in between, widths that leave tails, opacities that keep
-// the vector lanes in range and ones (above 1) that must fall back, written over the top.
+// whose alphas gather at 0, 255 and in between (a whole row of each first), widths that leave
+// tails, opacities that keep the vector lanes in range and ones (above 1) that must fall back,
+// written over the top.
 std::pair<float, float> const kOpacities[] = {{1, 1},    {0.6f, 1}, {0.37f, 0.5f}, {1, 0},
                                               {0, 0.8f}, {1.6f, 1}, {1, 2}};
 template <class P> void expectVectorInFrontEqualsLoop(PluginRasterFormat format) {
@@ -206,7 +207,7 @@ template <class P> void expectVectorInFrontEqualsLoop(PluginRasterFormat format)
                 for (int x = 0; x < width; ++x)
                     for (auto* im : {&tops[0], &tops[1], &bottom}) {
                         auto* px = im->template pixel<unsigned char>(x, y);
-                        int const pick = (x * 7 + y * 3 + int(im == &bottom)) % 5;
+                        int const pick = y < 2 ? y : (x * 7 + y * 3 + int(im == &bottom)) % 5;
                         if (pick < 2) px[P::ALPHA] = pick == 0 ? 0 : 255;
                     }
             MemoryHost host(&tops[0], &bottom);
