@@ -83,17 +83,46 @@ void EffectSession::render(Picture const& input, Picture& out, FrameRequest cons
     }
     if (out.width != input.width || out.height != input.height || out.depth != input.depth)
         out = Picture(input.width, input.height, input.depth);
+    // The host only reads the input.
+    Picture& in = argbMemory ? rotated : const_cast<Picture&>(input);
+    renderImages(imageOver(in, request.argb), imageOver(out, request.argb), request);
+    if (argbMemory) rotateChannels(out, false);
+    if (!m_host.outputPremultiplied()) premultiplyPicture(out);
+}
+
+void EffectSession::render8(uint8_t const* input, uint8_t* output, int width, int height,
+                            FrameRequest const& request) {
+    if (request.argb || m_host.family() == InProcessFamily::Motion) {
+        // The families that take A R G B go through pictures of their own.
+        Picture in(width, height, 8), out;
+        std::memcpy(in.bytes.data(), input, in.bytes.size());
+        render(in, out, request);
+        std::memcpy(output, out.bytes.data(), out.bytes.size());
+        return;
+    }
+    if (!m_pointsPresented) apply({});
+    auto over = [&](uint8_t const* data) {
+        InProcessImage img;
+        img.data = const_cast<uint8_t*>(data); // the host only reads the input
+        img.width = width;
+        img.height = height;
+        img.rowBytes = long(width) * 4;
+        img.depth = 8;
+        img.pixelFormat = kFxPixelFormat_RGBA;
+        return img;
+    };
+    renderImages(over(input), over(output), request);
+    if (!m_host.outputPremultiplied()) premultiply8(output, output, size_t(width) * height);
+}
+
+void EffectSession::renderImages(InProcessImage const& input, InProcessImage const& output,
+                                 FrameRequest const& request) {
     InProcessRequest r;
     r.frame = request.frame;
     r.field = request.field;
     r.scaleX = r.scaleY = request.scale;
     m_host.setCurrentTime(request.frame);
-    // The host only reads the input.
-    Picture& in = argbMemory ? rotated : const_cast<Picture&>(input);
-    if (!m_host.render(imageOver(in, request.argb), imageOver(out, request.argb), r))
-        throw Failure("the effect could not render the frame");
-    if (argbMemory) rotateChannels(out, false);
-    if (!m_host.outputPremultiplied()) premultiplyPicture(out);
+    if (!m_host.render(input, output, r)) throw Failure("the effect could not render the frame");
 }
 
 void EffectSession::drawControls(Picture& picture, double frame) {

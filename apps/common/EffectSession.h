@@ -32,11 +32,18 @@ class EffectSession {
     Picture render(Picture const& input, FrameRequest const& request);
     // The same into `output`, whose memory is used again when it has the input's size and depth.
     void render(Picture const& input, Picture& output, FrameRequest const& request);
+    // The same over 8-bit pixels in the caller's memory, rows packed: the input is only read,
+    // the output written whole.
+    void render8(uint8_t const* input, uint8_t* output, int width, int height,
+                 FrameRequest const& request);
 
     // Draws the on-screen controls over the picture, at any depth.
     void drawControls(Picture& picture, double frame);
 
   private:
+    void renderImages(InProcessImage const& input, InProcessImage const& output,
+                      FrameRequest const& request);
+
     InProcessHost m_host;
     bool m_pointsPresented = false;
 };

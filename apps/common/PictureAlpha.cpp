@@ -84,11 +84,33 @@ void premultiplyPicture(Picture& p) {
 }
 
 void premultiplyPicture8(uint8_t const* straight, Picture& p) {
-    convert8(straight, p.bytes.data(), p.pixelCount(), premultiplyTable());
+    premultiply8(straight, p.bytes.data(), p.pixelCount());
 }
 
 void unpremultiplyPicture8(Picture const& p, uint8_t* straight) {
-    convert8(p.bytes.data(), straight, p.pixelCount(), unpremultiplyTable());
+    unpremultiply8(p.bytes.data(), straight, p.pixelCount());
+}
+
+void premultiply8(uint8_t const* src, uint8_t* dst, size_t pixels) {
+    convert8(src, dst, pixels, premultiplyTable());
+}
+
+void unpremultiply8(uint8_t const* src, uint8_t* dst, size_t pixels) {
+    convert8(src, dst, pixels, unpremultiplyTable());
+}
+
+bool opaque8(uint8_t const* pixels, size_t count) {
+    // Whole pixels are ANDed, which vectorises; the alpha byte is picked out at the end.
+    uint8_t const alphaByte[4] = {0, 0, 0, 0xFF};
+    uint32_t alpha;
+    std::memcpy(&alpha, alphaByte, 4);
+    uint32_t all = ~uint32_t(0);
+    for (size_t i = 0; i < count; ++i) {
+        uint32_t px;
+        std::memcpy(&px, pixels + 4 * i, 4);
+        all &= px;
+    }
+    return (all & alpha) == alpha;
 }
 
 void unpremultiplyPicture(Picture& p) {

@@ -13,3 +13,8 @@ void unpremultiplyPicture(Picture& p);
 // host's own buffers): the same integers, without a copy of their own.
 void premultiplyPicture8(uint8_t const* straight, Picture& p);
 void unpremultiplyPicture8(Picture const& p, uint8_t* straight);
+// The same over R G B A pixels in any memory; src and dst may be the same.
+void premultiply8(uint8_t const* src, uint8_t* dst, size_t pixels);
+void unpremultiply8(uint8_t const* src, uint8_t* dst, size_t pixels);
+// Whether every pixel has full alpha: such pixels read the same straight and premultiplied.
+bool opaque8(uint8_t const* pixels, size_t count);

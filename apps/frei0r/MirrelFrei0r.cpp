@@ -183,12 +183,31 @@ void f0r_update(f0r_instance_t instance, double time, uint32_t const* inframe, u
             worker->session.apply(settings);
             worker->version = version;
         }
-        // The worker's pictures keep their memory from frame to frame.
-        Picture& picture = worker->input;
-        if (picture.bytes.size() != bytes) picture = Picture(self->width, self->height, 8);
-        premultiplyPicture8(reinterpret_cast<uint8_t const*>(inframe), picture);
-        worker->session.render(picture, worker->result, {frame, 0, 1.0, false});
-        unpremultiplyPicture8(worker->result, reinterpret_cast<uint8_t*>(outframe));
+        auto const* in = reinterpret_cast<uint8_t const*>(inframe);
+        auto* out = reinterpret_cast<uint8_t*>(outframe);
+        size_t const pixels = bytes / 4;
+        // An opaque frame is its own premultiplied form and is read where the host keeps it;
+        // otherwise the worker's pictures, which keep their memory from frame to frame.
+        uint8_t const* premultiplied = in;
+        if (!opaque8(in, pixels)) {
+            Picture& picture = worker->input;
+            if (picture.bytes.size() != bytes) picture = Picture(self->width, self->height, 8);
+            premultiplyPicture8(in, picture);
+            premultiplied = picture.bytes.data();
+        }
+        FrameRequest const request{frame, 0, 1.0, false};
+        auto const inAt = reinterpret_cast<uintptr_t>(in), outAt = reinterpret_cast<uintptr_t>(out);
+        if (inAt + bytes <= outAt || outAt + bytes <= inAt) {
+            // The effect draws into the host's frame, which then turns straight in place.
+            worker->session.render8(premultiplied, out, self->width, self->height, request);
+            unpremultiply8(out, out, pixels);
+        } else {
+            Picture& result = worker->result;
+            if (result.bytes.size() != bytes) result = Picture(self->width, self->height, 8);
+            worker->session.render8(premultiplied, result.bytes.data(), self->width, self->height,
+                                    request);
+            unpremultiplyPicture8(result, out);
+        }
         std::lock_guard guard(self->lock);
         self->idle.push_back(std::move(worker));
     } catch (...) {

@@ -1,5 +1,7 @@
 #include "Frei0rTestSupport.h"
 #include "apps/cli/ImageFile.h"
+#include "apps/common/EffectSession.h"
+#include "apps/common/PictureAlpha.h"
 
 extern "C" {
 #include <frei0r.h>
@@ -159,6 +161,40 @@ TEST(Frei0rPlugin, PointCoordinatesAreSetAndReadApart) {
     EXPECT_EQ(value(startX + 1), 0.75);
     EXPECT_EQ(value(endY - 1), 0.75);
     EXPECT_EQ(value(endY), 0.375);
+    destruct(instance);
+    deinit();
+}
+
+// The plug-in reads an opaque frame where the host keeps it and draws into the host's frame, or
+// into its own when the host hands one frame for both; every way gives the session's pixels.
+TEST(Frei0rPlugin, OpaqueAndSharedFramesGiveTheSessionsPixels) {
+    Module m;
+    ASSERT_NE(m.handle, nullptr) << dlerror();
+    auto init = m.sym<int()>("f0r_init");
+    auto deinit = m.sym<void()>("f0r_deinit");
+    auto construct = m.sym<f0r_instance_t(unsigned, unsigned)>("f0r_construct");
+    auto destruct = m.sym<void(f0r_instance_t)>("f0r_destruct");
+    auto update = m.sym<void(f0r_instance_t, double, uint32_t const*, uint32_t*)>("f0r_update");
+    ASSERT_TRUE(init && deinit && construct && destruct && update);
+    ASSERT_EQ(init(), 1);
+    int const w = 37, h = 26;
+    f0r_instance_t instance = construct(w, h);
+    EffectSession session;
+    for (bool opaque : {true, false}) {
+        std::vector<uint32_t> input(size_t(w) * h);
+        for (size_t i = 0; i < input.size(); ++i)
+            input[i] = (opaque || i % 7 ? 0xffu : 0x60u) << 24 | (uint32_t(i) * 2654435761u >> 8);
+        Picture in(w, h, 8);
+        premultiplyPicture8(reinterpret_cast<uint8_t const*>(input.data()), in);
+        std::vector<uint32_t> want(input.size()), apart(input.size()), shared = input;
+        unpremultiplyPicture8(session.render(in, FrameRequest{}),
+                              reinterpret_cast<uint8_t*>(want.data()));
+        update(instance, 0.0, input.data(), apart.data());
+        update(instance, 0.0, shared.data(), shared.data());
+        EXPECT_EQ(apart, want) << "opaque " << opaque;
+        EXPECT_EQ(shared, want) << "opaque " << opaque;
+        EXPECT_NE(want, input);
+    }
     destruct(instance);
     deinit();
 }
