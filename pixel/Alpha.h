@@ -1,5 +1,6 @@
 #pragma once
 #include "host/PluginHost_API.h"
+#include "pixel/AlphaRows8.h"
 #include "pixel/Traits.h"
 
 #include <array>
@@ -118,9 +119,11 @@ template <class P, class C, class A, class V, class F>
 int Premult(P, C, A, V, F, PluginHost_API* host, PluginRaster_API* raster) {
     PluginRasterInfo info;
     host->getRasterInfo(raster, &info);
+    AlphaRows8 const* rows = P::is8Bit() ? chosenAlphaRows8(P::ALPHA) : nullptr;
     for (int y = 0; y < info.height; ++y) {
         auto* px = reinterpret_cast<C*>(info.row(y));
-        int x = alpha_detail::premultiplyLeading<P>(px, info.width);
+        int x = rows ? rows->premultiply(reinterpret_cast<unsigned char*>(px), info.width) : 0;
+        x += alpha_detail::premultiplyLeading<P>(px + 4 * x, info.width - x);
         for (px += 4 * x; x < info.width; ++x, px += 4) {
             V a = V(px[P::ALPHA]);
             for (int i = P::FIRST_COLOR; i < P::FIRST_COLOR + 3; ++i)
@@ -142,9 +145,11 @@ int UnPremult(P, C, A, V, F, PluginHost_API* host, PluginRaster_API* raster) {
             unsigned char const* row = table + (a << 8);
             for (int i = P::FIRST_COLOR; i < P::FIRST_COLOR + 3; ++i) px[i] = row[px[i]];
         };
+        AlphaRows8 const* rows = chosenAlphaRows8(P::ALPHA);
         for (int y = 0; y < info.height; ++y) {
             auto* px = reinterpret_cast<C*>(info.row(y));
-            int x = 0;
+            int x =
+                rows ? rows->unpremultiply(reinterpret_cast<unsigned char*>(px), info.width) : 0;
 #if defined(__SSE2__)
             // Four pixels whose alphas are all 0 or full have nothing to change.
             __m128i const alphaBits = _mm_set1_epi32(int(0xFFu << (8 * P::ALPHA)));

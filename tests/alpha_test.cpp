@@ -99,28 +99,36 @@ TEST(PixelTraits, EightBitsAreBiasedOthersKeepTheirRangeAndZeroDivides) {
     EXPECT_EQ(PIXEL_RGBA32::divide(0.5f, 0.0f), 0.0f);
 }
 
-// The 8-bit division to straight colour, worked for every alpha and colour at once, gives the
-// integers of the division itself.
-TEST(Alpha, EightBitStraightColourEqualsTheDivisionEverywhere) {
-    MemoryImage image(RF_RGBA8, 256, 256, MemoryImage::Rows::Padded);
+// The 8-bit division to straight colour, worked for every alpha and colour at once in both
+// orders, gives the integers of the division itself; every fifth pixel has alpha 0 or full and
+// keeps its colour, so that wide groups mix both kinds.
+template <class P> int straightMismatches(PluginRasterFormat format) {
+    MemoryImage image(format, 256, 256, MemoryImage::Rows::Padded);
     MemoryHost host(&image, &image);
     MemoryRaster raster(image.info, false);
+    auto alphaAt = [](int x, int a) { return x % 5 ? a : (x % 10 ? 0 : 255); };
     for (int a = 0; a < 256; ++a)
         for (int x = 0; x < 256; ++x) {
             unsigned char* px = image.pixel<unsigned char>(x, a);
-            px[0] = (unsigned char)x, px[1] = (unsigned char)(255 - x), px[2] = 0;
-            px[3] = (unsigned char)a;
+            px[P::RED] = (unsigned char)x, px[P::GREEN] = (unsigned char)(255 - x);
+            px[P::BLUE] = (unsigned char)(x / 2), px[P::ALPHA] = (unsigned char)alphaAt(x, a);
         }
-    UnPremult(PIXEL_VALUES(PIXEL_RGBA8), &host, &raster);
+    UnPremult(PIXEL_VALUES(P), &host, &raster);
     int wrong = 0;
-    for (int a = 1; a < 256; ++a)
+    for (int a = 0; a < 256; ++a)
         for (int x = 0; x < 256; ++x) {
             unsigned char const* px = image.pixel<unsigned char>(x, a);
-            wrong += px[0] != std::min(x * 255 / a, 255) ||
-                     px[1] != std::min((255 - x) * 255 / a, 255) || px[3] != a;
+            int const alpha = alphaAt(x, a);
+            auto straight = [&](int c) { return alpha ? std::min(c * 255 / alpha, 255) : c; };
+            wrong += px[P::RED] != straight(x) || px[P::GREEN] != straight(255 - x) ||
+                     px[P::BLUE] != straight(x / 2) || px[P::ALPHA] != alpha;
         }
-    EXPECT_EQ(wrong, 0);
-    EXPECT_EQ(image.pixel<unsigned char>(200, 0)[0], 200) << "alpha 0 keeps its colour";
+    return wrong;
+}
+
+TEST(Alpha, EightBitStraightColourEqualsTheDivisionEverywhere) {
+    EXPECT_EQ(straightMismatches<PIXEL_RGBA8>(RF_RGBA8), 0);
+    EXPECT_EQ(straightMismatches<PIXEL_ARGB8>(RF_ARGB8), 0);
 }
 
 // Premultiplied in place, each colour is the format's own multiply by alpha, whichever pixels of
