@@ -140,6 +140,18 @@ TEST(Alpha, PremultiplyRoundsToNearestAndStraighteningUndoesIt) {
         ASSERT_EQ(back[i * 4 + 1], a == 0 ? 0 : std::min(255L, (pre * 255 + a / 2) / a));
         ASSERT_EQ(back[i * 4 + 3], a);
     }
+
+    // One pixel short of full alpha anywhere, blocks and tail included, makes a frame not opaque.
+    for (size_t count : {size_t(1), size_t(7), size_t(8), size_t(9), size_t(4100), size_t(8203)}) {
+        std::vector<uint8_t> frame(count * 4, 0xFF);
+        EXPECT_TRUE(opaque8(frame.data(), count));
+        for (size_t at : {size_t(0), count / 2, count - 1}) {
+            frame[at * 4 + 3] = 0xFE;
+            EXPECT_FALSE(opaque8(frame.data(), count)) << count << " " << at;
+            frame[at * 4 + 3] = 0xFF, frame[at * 4] = 0; // colour does not count
+            EXPECT_TRUE(opaque8(frame.data(), count)) << count << " " << at;
+        }
+    }
 }
 
 } // namespace
