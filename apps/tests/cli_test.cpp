@@ -120,6 +120,7 @@ TEST(Cli, ErrorsExitWithTheirStatusAndNameWhatIsWrong) {
              {"render " + s("missing.png") + " -o " + s("o.png"), 1, s("missing.png")},
              {"render " + in + " -o " + s("no/dir/o.png"), 1, s("no/dir/o.png")},
              {"render " + in + " -o " + in, 2, "is the input"},
+             {"render " + in + " -o " + s("./in.png"), 2, "is the input"}, // the same file
              {"render " + in + " -o " + s("o.%d.png") + " --frames 1-2", 2,
               "not a sequence pattern"},
              {"render " + in, 2, "-o OUTPUT"},
