@@ -2,6 +2,9 @@
 #include "AppTestSupport.h"
 #include "apps/frei0r/Frei0rMapping.h"
 
+extern "C" {
+#include <frei0r.h>
+}
 #include <dlfcn.h>
 
 #include <cstdio>
@@ -24,6 +27,24 @@ struct Module {
     ~Module() {
         if (handle) dlclose(handle);
     }
+};
+
+// The entry points a host calls to make instances and render with them.
+struct Frei0rCalls {
+    int (*init)();
+    void (*deinit)();
+    f0r_instance_t (*construct)(unsigned, unsigned);
+    void (*destruct)(f0r_instance_t);
+    void (*set)(f0r_instance_t, f0r_param_t, int);
+    void (*update)(f0r_instance_t, double, uint32_t const*, uint32_t*);
+
+    explicit Frei0rCalls(Module& m)
+        : init(m.sym<int()>("f0r_init")), deinit(m.sym<void()>("f0r_deinit")),
+          construct(m.sym<f0r_instance_t(unsigned, unsigned)>("f0r_construct")),
+          destruct(m.sym<void(f0r_instance_t)>("f0r_destruct")),
+          set(m.sym<void(f0r_instance_t, f0r_param_t, int)>("f0r_set_param_value")),
+          update(m.sym<void(f0r_instance_t, double, uint32_t const*, uint32_t*)>("f0r_update")) {}
+    bool found() const { return init && deinit && construct && destruct && set && update; }
 };
 
 inline Frei0rParam const& byName(std::vector<Frei0rParam> const& params, std::string const& name) {

@@ -129,14 +129,11 @@ TEST(Frei0rMapping, DefaultsAndUsefulValuesSitOnTheSlider) {
 TEST(Frei0rPlugin, PointCoordinatesAreSetAndReadApart) {
     Module m;
     ASSERT_NE(m.handle, nullptr) << dlerror();
-    auto init = m.sym<int()>("f0r_init");
-    auto construct = m.sym<f0r_instance_t(unsigned, unsigned)>("f0r_construct");
-    auto destruct = m.sym<void(f0r_instance_t)>("f0r_destruct");
-    auto set = m.sym<void(f0r_instance_t, f0r_param_t, int)>("f0r_set_param_value");
+    Frei0rCalls const f0r(m);
     auto get = m.sym<void(f0r_instance_t, f0r_param_t, int)>("f0r_get_param_value");
     auto info = m.sym<void(f0r_param_info_t*, int)>("f0r_get_param_info");
-    auto deinit = m.sym<void()>("f0r_deinit");
-    ASSERT_TRUE(init && construct && destruct && set && get && info && deinit);
+    ASSERT_TRUE(f0r.found() && get && info);
+    auto [init, deinit, construct, destruct, set, update] = f0r;
     ASSERT_EQ(init(), 1);
     f0r_instance_t instance = construct(96, 64);
     ASSERT_NE(instance, nullptr);
@@ -170,12 +167,9 @@ TEST(Frei0rPlugin, PointCoordinatesAreSetAndReadApart) {
 TEST(Frei0rPlugin, OpaqueAndSharedFramesGiveTheSessionsPixels) {
     Module m;
     ASSERT_NE(m.handle, nullptr) << dlerror();
-    auto init = m.sym<int()>("f0r_init");
-    auto deinit = m.sym<void()>("f0r_deinit");
-    auto construct = m.sym<f0r_instance_t(unsigned, unsigned)>("f0r_construct");
-    auto destruct = m.sym<void(f0r_instance_t)>("f0r_destruct");
-    auto update = m.sym<void(f0r_instance_t, double, uint32_t const*, uint32_t*)>("f0r_update");
-    ASSERT_TRUE(init && deinit && construct && destruct && update);
+    Frei0rCalls const f0r(m);
+    ASSERT_TRUE(f0r.found());
+    auto [init, deinit, construct, destruct, set, update] = f0r;
     ASSERT_EQ(init(), 1);
     int const w = 37, h = 26;
     f0r_instance_t instance = construct(w, h);

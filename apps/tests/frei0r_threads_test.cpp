@@ -17,13 +17,9 @@ namespace {
 TEST(Frei0rPlugin, FramesRenderedOnSeveralThreadsEqualThoseRenderedAlone) {
     Module m;
     ASSERT_NE(m.handle, nullptr) << dlerror();
-    auto init = m.sym<int()>("f0r_init");
-    auto deinit = m.sym<void()>("f0r_deinit");
-    auto construct = m.sym<f0r_instance_t(unsigned, unsigned)>("f0r_construct");
-    auto destruct = m.sym<void(f0r_instance_t)>("f0r_destruct");
-    auto set = m.sym<void(f0r_instance_t, f0r_param_t, int)>("f0r_set_param_value");
-    auto update = m.sym<void(f0r_instance_t, double, uint32_t const*, uint32_t*)>("f0r_update");
-    ASSERT_TRUE(init && deinit && construct && destruct && set && update);
+    Frei0rCalls const f0r(m);
+    ASSERT_TRUE(f0r.found());
+    auto [init, deinit, construct, destruct, set, update] = f0r;
     ASSERT_EQ(init(), 1);
 
     unsigned const w = 45, h = 30;
