@@ -6,6 +6,7 @@
 #include "RenderLib/LineFuncCP.h"
 #include "pixel/Processor.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #if defined(__x86_64__) || defined(__i386__)
@@ -125,6 +126,62 @@ template <class C> MIRREL_AVX2_INLINE void storePair(C* d, __m256 v, __m256i min
     }
 }
 
+// The first block column and the weight row of each pixel of the span, four pixels a time: x as
+// SpanCoords::at works it out, in the same double operations, and the column and row as the
+// portable pixel takes them. True where there were entries and the first cache.count came out as
+// they were.
+template <class C>
+MIRREL_AVX2_INLINE bool refillColumns(const SpanCoords& co, int n, const Source<C>& src,
+                                      Cubic4x4RowCache& cache) {
+    using Cache = Cubic4x4RowCache;
+    const __m256d u = _mm256_set1_pd(co.u), du = _mm256_set1_pd(co.du);
+    const __m256d q = _mm256_set1_pd(co.q), dq = _mm256_set1_pd(co.dq);
+    const __m128i outside = _mm_set1_epi32(Cache::kOutside);
+    const __m128i left = _mm_set1_epi32(src.left + 1), right = _mm_set1_epi32(src.right - 2);
+    const int kept = std::min(cache.count, n);
+    __m128i changed = _mm_setzero_si128();
+    int i = 0;
+    for (; i + 4 <= n; i += 4) {
+        const __m256d at = _mm256_set_pd(i + 3, i + 2, i + 1, i);
+        const __m256d w = _mm256_add_pd(_mm256_mul_pd(dq, at), q);
+        const __m128 x = _mm256_cvtpd_ps(_mm256_div_pd(_mm256_add_pd(_mm256_mul_pd(du, at), u), w));
+        const __m128i ix = _mm_cvttps_epi32(x); // out of range gives INT_MIN, as int(x) does
+        const __m128i inside = _mm_andnot_si128(
+            _mm_or_si128(_mm_cmpeq_epi32(ix, outside),
+                         _mm_or_si128(_mm_cmplt_epi32(ix, left), _mm_cmpgt_epi32(ix, right))),
+            _mm_set1_epi32(-1));
+        const __m128 f = _mm_sub_ps(x, _mm_cvtepi32_ps(ix));
+        __m128i row = _mm_cvttps_epi32(_mm_mul_ps(
+            _mm_mul_ps(_mm_add_ps(f, _mm_set1_ps(1.0f)), _mm_set1_ps(255.0f)), _mm_set1_ps(0.5f)));
+        row = _mm_min_epi32(_mm_max_epi32(row, _mm_setzero_si128()), _mm_set1_epi32(255));
+        const __m128i col = _mm_blendv_epi8(outside, _mm_sub_epi32(ix, _mm_set1_epi32(1)), inside);
+        row = _mm_and_si128(row, inside);
+        auto* colAt = reinterpret_cast<__m128i*>(cache.firstColumns + i);
+        auto* rowAt = reinterpret_cast<__m128i*>(cache.weightRows + i);
+        // Only the entries the old span had count.
+        const __m128i had = _mm_cmplt_epi32(
+            _mm_add_epi32(_mm_setr_epi32(0, 1, 2, 3), _mm_set1_epi32(i)), _mm_set1_epi32(kept));
+        changed = _mm_or_si128(
+            changed, _mm_and_si128(had, _mm_or_si128(_mm_xor_si128(_mm_loadu_si128(colAt), col),
+                                                     _mm_xor_si128(_mm_loadu_si128(rowAt), row))));
+        _mm_storeu_si128(colAt, col);
+        _mm_storeu_si128(rowAt, row);
+    }
+    bool same = _mm_testz_si128(changed, changed);
+    for (; i < n; ++i) {
+        float x, y;
+        co.at(i, x, y);
+        const int ix = _mm_cvtt_ss2si(_mm_set_ss(x));
+        const bool inside = ix != Cache::kOutside && ix - 1 >= src.left && ix + 2 <= src.right;
+        const int col = inside ? ix - 1 : Cache::kOutside;
+        const int row = inside ? kernelLutRow(x - float(ix)) : 0;
+        if (i < kept) same = same && cache.firstColumns[i] == col && cache.weightRows[i] == row;
+        cache.firstColumns[i] = col;
+        cache.weightRows[i] = row;
+    }
+    return kept > 0 && same;
+}
+
 // The span through the row cache; false, having written nothing, where it does not apply: the
 // span steps v, its pixels do not all fall on one source y, its rows or the cache's width do not
 // fit.
@@ -151,15 +208,15 @@ MIRREL_AVX2_INLINE bool spanFromRows(const RenderSettings* s, const Source<C>& s
 
     if (!(co.u == cache.u && co.du == cache.du && co.q == cache.q && co.dq == cache.dq) ||
         n > cache.count) {
-        for (int i = 0; i < n; ++i) {
-            co.at(i, x, y);
-            const int ix = _mm_cvtt_ss2si(_mm_set_ss(x));
-            const bool inside = ix != Cache::kOutside && ix - 1 >= src.left && ix + 2 <= src.right;
-            cache.firstColumns[i] = inside ? ix - 1 : Cache::kOutside;
-            cache.weightRows[i] = inside ? kernelLutRow(x - float(ix)) : 0;
-        }
-        cache.u = co.u, cache.du = co.du, cache.q = co.q, cache.dq = co.dq, cache.count = n;
-        for (int k = 0; k < Cache::kRows; ++k) cache.rows[k] = Cache::kOutside, cache.filled[k] = 0;
+        // The summed rows stay good where the columns and weights they were summed with come
+        // out the same, as they mostly do when u moves by a rounding from row to row.
+        const bool same = refillColumns(co, n, src, cache);
+        cache.u = co.u, cache.du = co.du, cache.q = co.q, cache.dq = co.dq;
+        if (!same)
+            for (int k = 0; k < Cache::kRows; ++k) cache.rows[k] = Cache::kOutside;
+        for (int k = 0; k < Cache::kRows; ++k)
+            cache.filled[k] = same ? std::min(cache.filled[k], cache.count) : 0;
+        cache.count = n;
     }
     const int* cols = cache.firstColumns;
     const int* wrow = cache.weightRows;

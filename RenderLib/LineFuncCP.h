@@ -315,6 +315,7 @@ struct Cubic4x4RowCache {
         firstColumns = reinterpret_cast<int*>(sums + std::size_t(kRows) * 4 * pixels);
         weightRows = firstColumns + pixels;
         count = 0;
+        for (int k = 0; k < kRows; ++k) rows[k] = kOutside, filled[k] = 0;
     }
 };
 
