@@ -7,6 +7,7 @@
 #include "Transform/Common/TX_Poly.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -99,6 +100,28 @@ inline void projectQuad(TX_Poly& poly, const RenderSettings& s, const TX_Mtrx44&
         POLY_MASK_SX | POLY_MASK_SY | POLY_MASK_SZ | POLY_MASK_SW | POLY_MASK_U | POLY_MASK_V;
 }
 
+// The dry run's call-back: the span's y at both ends, then on to the next span as every sampler
+// steps.
+inline int recordRowsRead(void* settings, LineRenderStruct* line) {
+    RowsRead& read = *static_cast<RenderSettings*>(settings)->rowsRead;
+    if (line->count > 0) {
+        const linefunc_detail::SpanCoords co(line);
+        float x, first, last;
+        co.at(0, x, first);
+        co.at(line->count - 1, x, last);
+        const double w0 = co.dq * 0 + co.q, w1 = co.dq * (line->count - 1) + co.q;
+        if (std::isfinite(first) && std::isfinite(last) &&
+            ((w0 > 0.0 && w1 > 0.0) || (w0 < 0.0 && w1 < 0.0))) {
+            read.low = std::min({read.low, first, last});
+            read.high = std::max({read.high, first, last});
+        } else {
+            read.bounded = false;
+        }
+    }
+    linefunc_detail::advance(line);
+    return 0;
+}
+
 // Row sums for the vector 4x4 span, held for one transform. The memory is the sampler's own, not
 // the host's: the host sees the same requests with or without it, and without it (no memory, or
 // the portable span) every row is simply summed again.
@@ -170,7 +193,7 @@ int coreTransformRender(PIXEL, C, ACC, V, FORMAT, PluginHost_API* host, CoreRend
     const TX_IRect dstWin =
         given ? given->dstRect : TX_IRect(0, 0, destination.width - 1, destination.height - 1);
 
-    if (clearDest) {
+    if (clearDest && !s.rowsRead) {
         const std::size_t rowLength = std::size_t(destination.width) * destination.pixelBytes;
         for (int y = 0; y < destination.height; ++y) std::memset(destination.row(y), 0, rowLength);
     }
@@ -264,14 +287,17 @@ int coreTransformRender(PIXEL, C, ACC, V, FORMAT, PluginHost_API* host, CoreRend
     poly.m_mask = (poly.m_mask & ~POLY_MASK_SW) | POLY_MASK_Q;
 
     s.dstTop = window.y0;
-    const RowCache<C> rowCache(s, std::max(window.x1 - window.x0 + 1, destination.width));
+    const RowCache<C> rowCache(
+        s, s.rowsRead ? 0 : std::max(window.x1 - window.x0 + 1, destination.width));
     poly.m_pixels = static_cast<unsigned char*>(destination.data);
     poly.m_rowBytes = destination.rowBytes;
     poly.m_pixelBytes = s.srcPixelBytes;
     poly.m_rowOrigin = s.dstTop;
-    poly.m_lineFunction = s.lineFunction;
+    poly.m_firstRow = s.skipAbove;
+    if (s.skipBelow > 0) poly.m_endRow = destination.height - s.skipBelow;
+    poly.m_lineFunction = s.rowsRead ? &recordRowsRead : s.lineFunction;
     poly.m_lineData = s.lineData;
-    poly.m_edgeFunction = s.edgeFunction;
+    poly.m_edgeFunction = s.rowsRead && s.edgeFunction ? &recordRowsRead : s.edgeFunction;
     poly.m_userData = &s;
 
     if (s.interpMode >= 1 && s.interpMode <= 3) {

@@ -6,6 +6,8 @@
 #include "Transform/Common/TX_Point2D.h"
 #include "Transform/Common/TX_Rects.h"
 
+#include <limits>
+
 // A filter kernel: weight at distance x; the context is the RenderSettings that owns it.
 typedef double (*KernelFunction)(double x, void* settings);
 
@@ -41,6 +43,14 @@ struct CoreRenderArguments {
 
 // The defaults: a 2D bilinear transform of the unit square onto itself.
 void initializeCoreRenderArguments(CoreRenderArguments* args);
+
+// Where a dry run of a transform would sample: the least and greatest source y at the ends of
+// its spans, which bound every y of a span while its q keeps one sign.
+struct RowsRead {
+    float low = std::numeric_limits<float>::infinity();
+    float high = -std::numeric_limits<float>::infinity();
+    bool bounded = true; // false once a span's y could not be bounded by its ends
+};
 
 struct RenderSettings {
     int renderMode;
@@ -83,6 +93,10 @@ struct RenderSettings {
     double ssOffsetY[9];
     bool useInputTransform;
     double inputX, inputY, inputScaleX, inputScaleY, inputRotation;
+    // A dry run: the scan records where it would sample and draws nothing.
+    RowsRead* rowsRead = nullptr;
+    // Destination rows left undrawn at the top and at the bottom, which nothing reads later.
+    int skipAbove = 0, skipBelow = 0;
 
     // Only the bounds, rectangles and corners are set; the caller fills the rest.
     RenderSettings() {}

@@ -12,8 +12,10 @@
 #include "pixel/Traits.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <type_traits>
 
 // The mirror image of one sample. srcQuad is first straightened into a flat image of the frame's
 // size, far edge in row 0 and baseline in the last row, where the stages that depend on distance
@@ -24,6 +26,34 @@ inline void copyCommonRows(PluginHost_API::RasterInfo const& src,
                            PluginHost_API::RasterInfo const& dst) {
     std::size_t const n = std::size_t(std::min(std::abs(src.rowBytes), std::abs(dst.rowBytes)));
     copyRows(src, dst, n, std::min(src.height, dst.height));
+}
+} // namespace quad_detail
+
+// Rows of the flat image that the drawing onto destQuad never samples need not be drawn, where
+// nothing between the two transforms reaches across rows: no blur at all (softness 0 blurs nothing
+// in integer pixels, except in the mip-map and the column and row modes) and no seam. A dry run
+// of the second transform gives the rows it samples; every sampler reads at most five rows past
+// its row and four before (ten taps), supersampling a third of a row more.
+namespace quad_detail {
+inline void leaveUnreadRows(PluginHost_API* host, CoreRenderArguments const& second,
+                            RenderSettings const& secondSettings, PluginHost_API::RasterInfo& flat,
+                            PluginHost_API::RasterInfo& destination, bool singleChannel,
+                            RenderSettings& first) {
+    CoreRenderArguments args = second;
+    RenderSettings probe;
+    std::memcpy(static_cast<void*>(&probe), &secondSettings, sizeof probe);
+    RowsRead read;
+    probe.rowsRead = &read;
+    if (CommonRender_CoreTransformRender(host, args, flat, destination, false, singleChannel,
+                                         &probe, true, false) != 0 ||
+        !read.bounded || !(read.low <= read.high))
+        return;
+    double const reach = 8.0;
+    double const low = std::floor(double(read.low)) - reach;
+    double const high = std::floor(double(read.high)) + reach;
+    double const last = flat.height - 1;
+    first.skipAbove = low > 0.0 ? int(std::min(low, last)) : 0;
+    first.skipBelow = high < last ? int(std::min(last - std::max(high, 0.0), last)) : 0;
 }
 } // namespace quad_detail
 
@@ -114,6 +144,20 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
         A.transformType = 4;
 
         if (bendPass == 0) {
+            // The settings are kept clear of the skipped rows for every other use.
+            struct Undo {
+                RenderSettings* s;
+                ~Undo() { s->skipAbove = s->skipBelow = 0; }
+            } const undo{first};
+            bool const noBlur = softness == 0.0 && !std::is_floating_point_v<C> &&
+                                (softnessType == 0 || softnessType == 2 || softnessType == 3 ||
+                                 softnessType == -1 || softnessType == -2);
+            if (noBlur && !bend && first == &local) {
+                CoreRenderArguments probeArgs = B;
+                probeArgs.transformType = 2;
+                quad_detail::leaveUnreadRows(host, probeArgs, second, flat, destination,
+                                             singleChannel, *first);
+            }
             CommonRender_CoreTransformRender(host, A, source, flat, true, singleChannel, first,
                                              true, false);
             softnessStage(host, bottomLine, H, softness, softnessAspect, fadeStart, fadeLength,

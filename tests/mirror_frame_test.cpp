@@ -1,3 +1,4 @@
+#include "effect/QuadToQuadRender.h"
 #include "effect/Render.h"
 #include "params/ParamIds.h"
 #include "support/MemoryHost.h"
@@ -66,12 +67,14 @@ double mirroredRow(double y, bool flip) {
 struct Frame {
     MemoryImage input, output;
     MemoryHost host;
-    explicit Frame(Settings const& set = {}, PluginRasterFormat format = RF_RGBA8, double at = 0)
+    explicit Frame(Settings const& set = {}, PluginRasterFormat format = RF_RGBA8, double at = 0,
+                   RenderSettings* hostSettings = nullptr)
         : input(format, kW, kH, MemoryImage::Rows::Padded),
           output(format, kW, kH, MemoryImage::Rows::BottomUp), host(&input, &output) {
         for (int i = 0; i < kW * kH; ++i) pixel(input, i % kW, i / kW, sourceAt(i % kW, i / kW));
         output.fillBytes(7);
         host.frame = at;
+        host.setUserData(hostSettings);
         for (auto const& s : set)
             s.key < 0 ? host.params.setConstant(s.id, s.value)
                       : host.params.setKey(s.id, s.key, s.value);
@@ -104,6 +107,25 @@ TEST(MirrorFrame, NoneShowsTheMirroredSourceBelowTheBaselineAndBacklitLaysItOver
             for (int i = 0; i < 3; ++i) // the mirror, premultiplied, over the opaque source
                 EXPECT_NEAR(o[i], m[i] + s[i] * (1 - m[3]), 0.015) << x << "," << y << " " << i;
             EXPECT_NEAR(o[3], 1.0, 0.005);
+        }
+}
+
+// The flat image leaves undrawn the rows that the drawing onto the frame never samples. A host
+// that hands settings of its own (here the ones the effect would make) has every row drawn; the
+// frames are the same to the byte over geometries, lights, qualities and both integer depths.
+TEST(MirrorFrame, RowsLeftUndrawnAreNeverSampled) {
+    RenderSettings given;
+    blankRenderSettings(given);
+    given.dstRect = given.srcRect = TX_IRect(0, 0, kW - 1, kH - 1);
+    given.offsetX = given.offsetY = 0;
+    Settings const tilted = {
+        {kBaselineStart, {0.2, 0.6}}, {kBaselineEnd, {0.85, 0.65}}, {kHeightSlant, {0.45, 0.1}}};
+    for (Settings const& c :
+         {Settings{}, tilted, Settings{{kLight, {0}}}, Settings{{kQuality, {0}}},
+          Settings{{kQuality, {3}}}, Settings{{kFadeLength, {30.0}}}})
+        for (auto format : {RF_RGBA8, RF_ARGB16}) {
+            Frame drawn(c, format), whole(c, format, 0, &given);
+            ASSERT_EQ(drawn.output.bytes(), whole.output.bytes()) << c.size() << " " << format;
         }
 }
 

@@ -5,9 +5,10 @@
 #include <utility>
 
 TX_Poly::TX_Poly()
-    : m_pixels(nullptr), m_rowBytes(0), m_rowOrigin(0), m_lineFunction(nullptr),
-      m_lineData(nullptr), m_edgeFunction(nullptr), m_userData(nullptr), m_coverageSize(0),
-      m_coverage(nullptr), m_openMP(false), m_deferred(nullptr), m_deferredCount(0) {}
+    : m_pixels(nullptr), m_rowBytes(0), m_rowOrigin(0), m_firstRow(0), m_endRow(2147483647),
+      m_lineFunction(nullptr), m_lineData(nullptr), m_edgeFunction(nullptr), m_userData(nullptr),
+      m_coverageSize(0), m_coverage(nullptr), m_openMP(false), m_deferred(nullptr),
+      m_deferredCount(0) {}
 
 TX_Poly::~TX_Poly() {
     delete[] m_coverage;

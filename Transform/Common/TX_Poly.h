@@ -66,6 +66,7 @@ class TX_Poly {
     int m_rowBytes;
     int m_pixelBytes;
     int m_rowOrigin;
+    int m_firstRow, m_endRow;    // raster rows drawn: m_firstRow up to, not with, m_endRow
     LineFunction m_lineFunction; // full-coverage spans
     void* m_lineData;            // held for the caller
     LineFunction m_edgeFunction; // spans with coverage (area scan)
@@ -78,6 +79,12 @@ class TX_Poly {
 
     TX_Poly();
     ~TX_Poly();
+
+    // Whether the scans hand pixel row y to the call-backs.
+    bool drawsRow(int y, const TX_Window* win) const {
+        return y >= win->y0 && y <= win->y1 && y - m_rowOrigin >= m_firstRow &&
+               y - m_rowOrigin < m_endRow;
+    }
     TX_Poly(const TX_Poly&) = delete;
     TX_Poly& operator=(const TX_Poly&) = delete;
 

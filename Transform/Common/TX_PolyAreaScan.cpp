@@ -134,7 +134,7 @@ void TX_Poly::polyAreaScan_internal(TX_Window* win, int left, int, int right, in
                 spans[s][1] = x1;
             }
             if (s == 15) {
-                if (y >= win->y0 && y <= win->y1) areaScanline(y, left, right, lo, hi, win, spans);
+                if (drawsRow(y, win)) areaScanline(y, left, right, lo, hi, win, spans);
                 clearSpans(spans);
                 if (++y > win->y1) return; // nothing further down is drawn
                 stepRow(l, dl);
@@ -146,8 +146,7 @@ void TX_Poly::polyAreaScan_internal(TX_Window* win, int left, int, int right, in
         }
     }
     // The last pixel row, when the polygon ends inside it.
-    if ((Y & 15) != 0 && y >= win->y0 && y <= win->y1)
-        areaScanline(y, left, right, lo, hi, win, spans);
+    if ((Y & 15) != 0 && drawsRow(y, win)) areaScanline(y, left, right, lo, hi, win, spans);
 }
 
 void TX_Poly::areaScanline(int y, int left, int, TX_Poly_vert* lo, TX_Poly_vert* hi, TX_Window* win,

@@ -72,7 +72,7 @@ void TX_Poly::poly_scan(TX_Window* win, int left, int, int right, int) {
             ri = i;
         }
         while (y < ly && y < ry) {
-            if (y >= win->y0 && y <= win->y1) {
+            if (drawsRow(y, win)) {
                 // Either winding: the edge further left this row is the span's start.
                 if (r.sx >= l.sx)
                     scanline(y, left, right, &l, &r, win, mask);
