@@ -47,6 +47,21 @@ struct Frei0rCalls {
     bool found() const { return init && deinit && construct && destruct && set && update; }
 };
 
+// The plug-in loaded and initialised as a host does it, deinitialised after the test.
+class Frei0rPlugin : public ::testing::Test {
+  protected:
+    Module module;
+    Frei0rCalls f0r{module};
+    void SetUp() override {
+        ASSERT_NE(module.handle, nullptr) << dlerror();
+        ASSERT_TRUE(f0r.found());
+        ASSERT_EQ(f0r.init(), 1);
+    }
+    void TearDown() override {
+        if (f0r.deinit) f0r.deinit();
+    }
+};
+
 inline Frei0rParam const& byName(std::vector<Frei0rParam> const& params, std::string const& name) {
     for (Frei0rParam const& f : params)
         if (f.name == name) return f;

@@ -126,15 +126,11 @@ TEST(Frei0rMapping, DefaultsAndUsefulValuesSitOnTheSlider) {
 }
 
 // The plug-in itself, as a host loads it: a point's two parameters set one value between them.
-TEST(Frei0rPlugin, PointCoordinatesAreSetAndReadApart) {
-    Module m;
-    ASSERT_NE(m.handle, nullptr) << dlerror();
-    Frei0rCalls const f0r(m);
-    auto get = m.sym<void(f0r_instance_t, f0r_param_t, int)>("f0r_get_param_value");
-    auto info = m.sym<void(f0r_param_info_t*, int)>("f0r_get_param_info");
-    ASSERT_TRUE(f0r.found() && get && info);
+TEST_F(Frei0rPlugin, PointCoordinatesAreSetAndReadApart) {
+    auto get = module.sym<void(f0r_instance_t, f0r_param_t, int)>("f0r_get_param_value");
+    auto info = module.sym<void(f0r_param_info_t*, int)>("f0r_get_param_info");
+    ASSERT_TRUE(get && info);
     auto [init, deinit, construct, destruct, set, update] = f0r;
-    ASSERT_EQ(init(), 1);
     f0r_instance_t instance = construct(96, 64);
     ASSERT_NE(instance, nullptr);
     DeclaredParams d;
@@ -159,18 +155,12 @@ TEST(Frei0rPlugin, PointCoordinatesAreSetAndReadApart) {
     EXPECT_EQ(value(endY - 1), 0.75);
     EXPECT_EQ(value(endY), 0.375);
     destruct(instance);
-    deinit();
 }
 
 // The plug-in reads an opaque frame where the host keeps it and draws into the host's frame, or
 // into its own when the host hands one frame for both; every way gives the session's pixels.
-TEST(Frei0rPlugin, OpaqueAndSharedFramesGiveTheSessionsPixels) {
-    Module m;
-    ASSERT_NE(m.handle, nullptr) << dlerror();
-    Frei0rCalls const f0r(m);
-    ASSERT_TRUE(f0r.found());
+TEST_F(Frei0rPlugin, OpaqueAndSharedFramesGiveTheSessionsPixels) {
     auto [init, deinit, construct, destruct, set, update] = f0r;
-    ASSERT_EQ(init(), 1);
     int const w = 37, h = 26;
     f0r_instance_t instance = construct(w, h);
     EffectSession session;
@@ -190,12 +180,11 @@ TEST(Frei0rPlugin, OpaqueAndSharedFramesGiveTheSessionsPixels) {
         EXPECT_NE(want, input);
     }
     destruct(instance);
-    deinit();
 }
 
 // ffmpeg renders a generated clip through the plug-in; the mirrel command renders the same
 // frames at the same times with the same values; the pixels are equal.
-TEST(Frei0rPlugin, FfmpegThroughThePluginEqualsTheCommand) {
+TEST_F(Frei0rPlugin, FfmpegThroughThePluginEqualsTheCommand) {
 #ifndef MIRREL_FFMPEG
     GTEST_SKIP() << "ffmpeg is absent, or cannot load a sanitized plug-in";
 #else

@@ -14,13 +14,8 @@ namespace {
 
 // Several threads render frames of one shared instance and of instances of their own at once,
 // with grain on; every frame equals the frame rendered alone.
-TEST(Frei0rPlugin, FramesRenderedOnSeveralThreadsEqualThoseRenderedAlone) {
-    Module m;
-    ASSERT_NE(m.handle, nullptr) << dlerror();
-    Frei0rCalls const f0r(m);
-    ASSERT_TRUE(f0r.found());
+TEST_F(Frei0rPlugin, FramesRenderedOnSeveralThreadsEqualThoseRenderedAlone) {
     auto [init, deinit, construct, destruct, set, update] = f0r;
-    ASSERT_EQ(init(), 1);
 
     unsigned const w = 45, h = 30;
     int const frames = 6, threads = 4;
@@ -65,7 +60,6 @@ TEST(Frei0rPlugin, FramesRenderedOnSeveralThreadsEqualThoseRenderedAlone) {
     for (auto& t : pool) t.join();
     EXPECT_EQ(mismatches, 0);
     for (f0r_instance_t in : {alone, shared}) destruct(in);
-    deinit();
 }
 
 } // namespace
