@@ -10,10 +10,7 @@
 #include <cstdlib>
 
 #if defined(__x86_64__) || defined(__i386__)
-#include <immintrin.h>
-
-#define MIRREL_AVX2 __attribute__((target("avx2")))
-#define MIRREL_AVX2_INLINE __attribute__((target("avx2"), always_inline)) inline
+#include "pixel/Avx2.h"
 
 namespace {
 

@@ -2,19 +2,13 @@
 #include "pixel/Processor.h"
 
 #if defined(__x86_64__) || defined(__i386__)
-#include <immintrin.h>
+#include "pixel/Avx2.h"
 
 namespace {
-
-#define MIRREL_AVX2_INLINE __attribute__((target("avx2"), always_inline)) inline
 
 // (a * b + 128) >> 8 in every lane.
 MIRREL_AVX2_INLINE __m256i mul(__m256i a, __m256i b) {
     return _mm256_srai_epi32(_mm256_add_epi32(_mm256_mullo_epi32(a, b), _mm256_set1_epi32(128)), 8);
-}
-
-template <int I> MIRREL_AVX2_INLINE __m256i channel(__m256i px) {
-    return _mm256_and_si256(_mm256_srli_epi32(px, 8 * I), _mm256_set1_epi32(255));
 }
 
 // The table entries of the eight alphas; a group whose alphas are all 0 or all full, as most are,
@@ -24,7 +18,7 @@ template <int AI> MIRREL_AVX2_INLINE __m256i scaled(__m256i px, int const* table
     if (_mm256_testz_si256(alphas, alphas)) return _mm256_set1_epi32(table[0]);
     if (_mm256_testc_si256(alphas, _mm256_set1_epi32(int(0xFFu << (8 * AI)))))
         return _mm256_set1_epi32(table[255]);
-    return _mm256_i32gather_epi32(table, channel<AI>(px), 4);
+    return _mm256_i32gather_epi32(table, byteLanes<AI>(px), 4);
 }
 
 // The per-pixel conditions and terms of eight pixels, shared by their three colours.
@@ -37,8 +31,8 @@ struct Lanes {
 template <int I, bool Divide>
 MIRREL_AVX2_INLINE __m256i colour(__m256i t, __m256i b, Lanes const& l) {
     __m256i const full = _mm256_set1_epi32(255);
-    __m256i const c1 = channel<I>(t);
-    __m256i const c2 = channel<I>(b);
+    __m256i const c1 = byteLanes<I>(t);
+    __m256i const c2 = byteLanes<I>(b);
     __m256i r = _mm256_blendv_epi8(
         c1, _mm256_add_epi32(mul(c1, _mm256_sub_epi32(full, l.A2)), mul(c1, l.A2)), l.partBottom);
     if constexpr (Divide) {
@@ -62,9 +56,9 @@ MIRREL_AVX2_INLINE __m256i colours(__m256i t, __m256i b, Lanes const& l) {
 }
 
 template <int AI>
-__attribute__((target("avx2"))) int
-inFrontRow(unsigned char const* top, unsigned char const* bottom, unsigned char* out, int width,
-           int const* scaledTop, int const* scaledBottom, bool forceOpaque) {
+MIRREL_AVX2 int inFrontRow(unsigned char const* top, unsigned char const* bottom,
+                           unsigned char* out, int width, int const* scaledTop,
+                           int const* scaledBottom, bool forceOpaque) {
     __m256i const zero = _mm256_setzero_si256();
     __m256i const full = _mm256_set1_epi32(255);
     __m256i const ones = _mm256_cmpeq_epi32(full, full);
