@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 namespace {
 
@@ -19,6 +21,47 @@ int typeOf(ParamKind kind) {
     }
 }
 
+bool isNumber(Param const& p) {
+    return p.kind == ParamKind::Float || p.kind == ParamKind::Int || p.kind == ParamKind::Angle;
+}
+
+// The unit an editor's control shows after a number; angles in degrees, the rest by label.
+std::string unitOf(Param const& p) {
+    static char const* const degrees[] = {"Shutter Angle", "Shutter Phase"};
+    static char const* const percent[] = {"Bend Start", "Seam Intensity", "Fade Noise",
+                                          "Source Opacity", "Mirrel Opacity"};
+    if (p.kind == ParamKind::Angle) return "°";
+    for (char const* name : degrees)
+        if (p.name == name) return "°";
+    for (char const* name : percent)
+        if (p.name == name) return "%";
+    return "";
+}
+
+// The shortest text of at most `digits` significant digits, or of as many as read back the
+// same double.
+std::string shortest(double v, int digits = 17) {
+    char text[40];
+    for (int d = std::min(digits, 15);; ++d) {
+        std::snprintf(text, sizeof text, "%.*g", d, v == 0.0 ? 0.0 : v);
+        if (d >= digits || std::strtod(text, nullptr) == v) return text;
+    }
+}
+
+// A user's value from frei0r arithmetic: 12 significant digits, so that 0.45 of a factor of
+// 100 is 45 itself and not its neighbour.
+double tidy(double v) {
+    if (!std::isfinite(v)) return v;
+    char text[32];
+    std::snprintf(text, sizeof text, "%.12g", v);
+    return std::strtod(text, nullptr);
+}
+
+double menuValue(Param const& p, double index) {
+    size_t n = p.entries.size();
+    return n > 1 ? std::strtod(shortest(index / double(n - 1), 6).c_str(), nullptr) : 0.0;
+}
+
 std::string explain(Param const& p, int coordinate) {
     switch (p.kind) {
     case ParamKind::Toggle:
@@ -30,19 +73,15 @@ std::string explain(Param const& p, int coordinate) {
         return "colour";
     case ParamKind::Popup: {
         std::string s = "menu: ";
-        size_t n = p.entries.size();
-        for (size_t k = 0; k < n; ++k)
-            s += (k ? ", " : "") + formatNumber(n > 1 ? double(k) / double(n - 1) : 0.0) + " " +
-                 p.entries[k];
+        for (size_t k = 0; k < p.entries.size(); ++k)
+            s += (k ? ", " : "") + shortest(menuValue(p, double(k))) + " " + p.entries[k];
         return s;
     }
     default: {
-        Limits s = frei0rSpan(p), l = userLimits(p);
-        std::string text = "0..1 spans " + formatNumber(s.min) + " to " + formatNumber(s.max);
-        if (s.min != l.min || s.max != l.max)
-            text += ", further values go on linearly up to the limits " + formatNumber(l.min) +
-                    " to " + formatNumber(l.max);
-        return text + (p.kind == ParamKind::Angle ? " (degrees)" : "") +
+        Limits l = userLimits(p);
+        std::string unit = unitOf(p);
+        return "times " + formatNumber(frei0rFactor(p)) + ": " + formatNumber(l.min) + " to " +
+               formatNumber(l.max) + (unit == "°" ? " degrees" : unit) +
                (p.kind == ParamKind::Int ? " (whole numbers)" : "");
     }
     }
@@ -53,22 +92,17 @@ double unit(double v, double fallback) {
     return std::isnan(v) ? fallback : std::clamp(v, 0.0, 1.0);
 }
 
-double numberFromFrei0r(Param const& p, double x) {
-    if (std::isnan(x)) return userDefault(p)[0];
-    Limits s = frei0rSpan(p), l = userLimits(p);
-    // Infinities would meet zero in the sum below; they mean the limit on their side.
-    x = std::clamp(x, -1e300, 1e300);
-    // Written so that both ends of the slider come out exact.
-    double u = std::clamp((1.0 - x) * s.min + x * s.max, l.min, l.max);
-    return p.kind == ParamKind::Int ? std::round(u) : u;
-}
-
 } // namespace
 
-Limits frei0rSpan(Param const& p) {
-    if (p.kind == ParamKind::Float || p.kind == ParamKind::Int)
-        return {true, p.sliderMin, p.sliderMax};
-    return userLimits(p);
+double frei0rFactor(Param const& p) {
+    double lo = p.sliderMin, hi = p.sliderMax;
+    if (p.kind == ParamKind::Angle) {
+        Limits l = userLimits(p);
+        lo = l.min, hi = l.max;
+    }
+    if (!isNumber(p)) return 1.0;
+    double far = std::max(std::fabs(lo), std::fabs(hi));
+    return far > 0 ? far : 1.0;
 }
 
 std::vector<Frei0rParam> frei0rParams(std::vector<Param> const& params) {
@@ -105,8 +139,15 @@ void setFromFrei0r(Frei0rParam const& f, double const* v, UserValue& u) {
         u[0] = std::round(unit(v[0], last > 0 ? d[0] / last : 0.0) * last);
         return;
     }
-    default:
-        u[0] = numberFromFrei0r(p, v[0]);
+    default: {
+        if (std::isnan(v[0])) {
+            u[0] = d[0];
+            return;
+        }
+        Limits l = userLimits(p);
+        double x = std::clamp(tidy(v[0] * frei0rFactor(p)), l.min, l.max);
+        u[0] = p.kind == ParamKind::Int ? std::round(x) : x;
+    }
     }
 }
 
@@ -122,15 +163,11 @@ void frei0rFromUserValue(Frei0rParam const& f, UserValue const& u, double* v) {
     case ParamKind::Toggle:
         v[0] = u[0];
         return;
-    case ParamKind::Popup: {
-        size_t n = p.entries.size();
-        v[0] = n > 1 ? u[0] / double(n - 1) : 0.0;
+    case ParamKind::Popup:
+        v[0] = menuValue(p, u[0]);
         return;
-    }
-    default: {
-        Limits s = frei0rSpan(p);
-        v[0] = s.max > s.min ? (u[0] - s.min) / (s.max - s.min) : 0.0;
-    }
+    default:
+        v[0] = u[0] / frei0rFactor(p);
     }
 }
 
@@ -138,12 +175,11 @@ std::string frei0rText(Frei0rParam const& f, UserValue const& u) {
     double v[3] = {0, 0, 0};
     frei0rFromUserValue(f, u, v);
     if (f.type == F0R_PARAM_BOOL) return v[0] >= 0.5 ? "y" : "n";
-    char text[96];
+    // Colours reach the plug-in as floats.
     if (f.type == F0R_PARAM_COLOR)
-        std::snprintf(text, sizeof text, "%.9g/%.9g/%.9g", v[0], v[1], v[2]);
-    else
-        std::snprintf(text, sizeof text, "%.17g", v[0]);
-    return text;
+        return shortest(float(v[0]), 9) + "/" + shortest(float(v[1]), 9) + "/" +
+               shortest(float(v[2]), 9);
+    return shortest(v[0]);
 }
 
 std::string frei0rFilterParams(std::vector<Param> const& params,
@@ -153,4 +189,44 @@ std::string frei0rFilterParams(std::vector<Param> const& params,
         text +=
             (text.empty() ? "" : "|") + frei0rText(f, values.at(size_t(f.param - params.data())));
     return text;
+}
+
+EditorControl editorControl(Frei0rParam const& f) {
+    Param const& p = *f.param;
+    if (p.kind == ParamKind::Point) return {100, -100, 200, 1, "%"};
+    if (!isNumber(p)) return {};
+    // The limits, unless they reach far beyond the slider ("Softness" 1000, "Zoom" 1000), where
+    // a control over all of them would leave the useful values in a corner.
+    Limits l = userLimits(p);
+    double lo = l.min, hi = l.max;
+    if (p.kind != ParamKind::Angle && hi - lo >= 10 * (p.sliderMax - p.sliderMin))
+        lo = p.sliderMin, hi = p.sliderMax;
+    int decimals = p.kind == ParamKind::Int ? 0 : hi - lo <= 20 ? 2 : 1;
+    return {frei0rFactor(p), lo, hi, decimals, unitOf(p)};
+}
+
+EditorDisplay frei0rEditorDisplay(Frei0rParam const& f, UserValue const& u) {
+    Param const& p = *f.param;
+    switch (p.kind) {
+    case ParamKind::Toggle:
+        return {u[0] != 0 ? "on" : "off", ""};
+    case ParamKind::Popup: {
+        size_t k = size_t(std::clamp(u[0], 0.0, double(p.entries.size() - 1)));
+        return {p.entries[k], ""};
+    }
+    case ParamKind::Color: {
+        char text[8];
+        std::snprintf(text, sizeof text, "#%02x%02x%02x", int(std::lround(u[0] * 255)),
+                      int(std::lround(u[1] * 255)), int(std::lround(u[2] * 255)));
+        return {text, ""};
+    }
+    default: {
+        EditorControl c = editorControl(f);
+        double v[3];
+        frei0rFromUserValue(f, u, v);
+        char text[40];
+        std::snprintf(text, sizeof text, "%.*f", c.decimals, v[0] * c.factor);
+        return {std::strcmp(text, "-0") == 0 ? "0" : text, c.unit};
+    }
+    }
 }

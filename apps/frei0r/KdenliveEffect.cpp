@@ -25,16 +25,19 @@ void child(xmlNodePtr node, char const* name, std::string const& text) {
     xmlNewTextChild(node, nullptr, x(name), x(text.c_str()));
 }
 
-std::string hexColor(UserValue const& c) {
-    char text[8];
-    std::snprintf(text, sizeof text, "#%02x%02x%02x", int(std::lround(c[0] * 255)),
-                  int(std::lround(c[1] * 255)), int(std::lround(c[2] * 255)));
-    return text;
+// The group a parameter stands in: the nearest group before it in the catalogue.
+std::string groupOf(Frei0rParam const& f) {
+    for (Param const* p = f.param;; --p)
+        if (p->kind == ParamKind::Group) return p->name;
 }
 
-void describe(xmlNodePtr node, Frei0rParam const& f) {
+void describe(xmlNodePtr node, Frei0rParam const& f, std::string const& group) {
     Param const& p = *f.param;
     UserValue d = userDefault(p);
+    // Kdenlive hands `default` and menu values to MLT as written, and shows a number as its MLT
+    // value times `factor`, within `min` and `max`.
+    double v[3] = {0, 0, 0};
+    frei0rFromUserValue(f, d, v);
     attr(node, "name", f.name);
     switch (p.kind) {
     case ParamKind::Toggle:
@@ -43,46 +46,34 @@ void describe(xmlNodePtr node, Frei0rParam const& f) {
         break;
     case ParamKind::Color:
         attr(node, "type", "color");
-        attr(node, "default", hexColor(d));
+        attr(node, "default", frei0rEditorDisplay(f, d).text);
         break;
     case ParamKind::Popup: {
         std::string values, labels;
         for (size_t k = 0; k < p.entries.size(); ++k) {
-            double v[3];
-            frei0rFromUserValue(f, {double(k), 0, 0}, v);
-            values += (k ? ";" : "") + formatNumber(v[0]);
+            values += (k ? ";" : "") + frei0rText(f, {double(k), 0, 0});
             labels += (k ? "," : "") + p.entries[k];
-            if (double(k) == d[0]) attr(node, "default", formatNumber(v[0]));
         }
         attr(node, "type", "list");
+        attr(node, "default", frei0rText(f, d));
         attr(node, "paramlist", values);
         child(node, "paramlistdisplay", labels);
         break;
     }
-    case ParamKind::Point:
-        // Percent of the frame; points may stand outside it.
-        attr(node, "type", "animated");
-        attr(node, "default", formatNumber(d[size_t(f.coordinate)] * 100));
-        attr(node, "min", "-100");
-        attr(node, "max", "200");
-        attr(node, "factor", "100");
-        attr(node, "decimals", "1");
-        attr(node, "suffix", "%");
-        break;
     default: {
-        Limits s = frei0rSpan(p);
-        bool whole = p.kind == ParamKind::Int;
-        attr(node, "type", whole ? "constant" : "animated");
-        attr(node, "default", formatNumber(d[0]));
-        attr(node, "min", formatNumber(s.min));
-        attr(node, "max", formatNumber(s.max));
-        attr(node, "factor", formatNumber(s.max - s.min));
-        attr(node, "offset", formatNumber(s.min));
-        attr(node, "decimals", whole ? "0" : "3");
-        if (p.kind == ParamKind::Angle) attr(node, "suffix", "°");
+        EditorControl c = editorControl(f);
+        attr(node, "type", p.kind == ParamKind::Int ? "constant" : "animated");
+        attr(node, "default", frei0rText(f, d));
+        attr(node, "min", formatNumber(c.min));
+        attr(node, "max", formatNumber(c.max));
+        attr(node, "factor", formatNumber(c.factor));
+        attr(node, "decimals", std::to_string(c.decimals));
+        if (!c.unit.empty()) attr(node, "suffix", c.unit);
     }
     }
     child(node, "name", f.name);
+    // Kdenlive's descriptions have no groups of parameters; the comment names it.
+    child(node, "comment", group + ": " + f.explanation);
 }
 
 } // namespace
@@ -103,7 +94,7 @@ std::string kdenliveEffectXml(std::vector<Frei0rParam> const& params) {
     child(effect, "description", kFrei0rExplanation);
     child(effect, "author", kFrei0rAuthor);
     for (Frei0rParam const& f : params)
-        describe(xmlNewChild(effect, nullptr, x("parameter"), nullptr), f);
+        describe(xmlNewChild(effect, nullptr, x("parameter"), nullptr), f, groupOf(f));
 
     xmlChar* text = nullptr;
     int size = 0;

@@ -26,103 +26,75 @@ double userFrom(Frei0rParam const& f, double x) {
     return u[size_t(std::max(f.coordinate, 0))];
 }
 
-TEST(Frei0rMapping, EveryParameterInOrderWithItsSliderLimitsAndMenuEntries) {
+// What a frei0r value means, in the units the user reads: numbers are the value times their
+// factor with no offset (as Kdenlive shows them), held at the limits; menus take the nearest
+// entry; NaN leaves the default.
+TEST(Frei0rMapping, ValuesAsHostsSetThem) {
     DeclaredParams d;
     auto mapped = frei0rParams(d.params());
-    ASSERT_EQ(mapped.size(), 38u);
-    size_t k = 0;
-    for (Param const& p : d.params()) {
-        if (p.kind == ParamKind::Group) continue;
-        for (int c : p.kind == ParamKind::Point ? std::vector{0, 1} : std::vector{-1}) {
-            Frei0rParam const& f = mapped[k++];
-            SCOPED_TRACE(f.name);
-            ASSERT_EQ(f.param, &p);
-            EXPECT_EQ(f.coordinate, c);
-            EXPECT_EQ(f.name, c < 0 ? p.name : p.name + (c ? " Y" : " X"));
-            EXPECT_EQ(f.type, p.kind == ParamKind::Toggle  ? F0R_PARAM_BOOL
-                              : p.kind == ParamKind::Color ? F0R_PARAM_COLOR
-                                                           : F0R_PARAM_DOUBLE);
-            double v[3] = {0, 0, 0};
-            if (p.kind == ParamKind::Popup) {
-                // Entry e of n stands at e / (n - 1) and owns the values nearer to it.
-                double n1 = double(p.entries.size() - 1);
-                for (size_t e = 0; e < p.entries.size(); ++e) {
-                    EXPECT_TRUE(contains(f.explanation, p.entries[e]));
-                    for (double off : {0.0, -0.45, 0.45, -9.0, 9.0})
-                        EXPECT_EQ(userFrom(f, (double(e) + off) / n1),
-                                  std::clamp(double(e) + std::round(off), 0.0, n1));
-                    frei0rFromUserValue(f, {double(e), 0, 0}, v);
-                    EXPECT_EQ(v[0], double(e) / n1);
-                }
-            } else if (p.kind == ParamKind::Point) {
-                for (double x : {-0.5, 0.0, 0.3, 1.0, 2.5}) EXPECT_EQ(userFrom(f, x), x);
-                EXPECT_EQ(userFrom(f, NAN), userDefault(p)[size_t(c)]);
-            } else if (f.type == F0R_PARAM_DOUBLE) {
-                // 0..1 spans the slider; beyond it the line goes on to the limits and stops.
-                Limits s = frei0rSpan(p), l = userLimits(p);
-                double span = s.max - s.min, hi = (l.max - s.min) / span,
-                       lo = (l.min - s.min) / span, tol = 1e-9 * (l.max - l.min);
-                EXPECT_TRUE(
-                    contains(f.explanation, formatNumber(s.min) + " to " + formatNumber(s.max)));
-                if (hi > 1 || lo < 0) {
-                    EXPECT_TRUE(contains(f.explanation, "limits " + formatNumber(l.min) + " to " +
-                                                            formatNumber(l.max)));
-                }
-                for (auto [x, want] : {std::pair{0.0, s.min},
-                                       {1.0, s.max},
-                                       {hi, l.max},
-                                       {lo, l.min},
-                                       {(1 + hi) / 2, (s.max + l.max) / 2},
-                                       {lo / 2, (s.min + l.min) / 2},
-                                       {hi + 1, l.max},
-                                       {lo - 1, l.min},
-                                       {INFINITY, l.max},
-                                       {-INFINITY, l.min}}) {
-                    double got = userFrom(f, x);
-                    if (p.kind == ParamKind::Int) want = std::round(want);
-                    EXPECT_NEAR(got, want, tol) << x;
-                    EXPECT_GE(got, l.min);
-                    EXPECT_LE(got, l.max);
-                }
-                EXPECT_EQ(userFrom(f, 0.0), s.min);
-                EXPECT_EQ(userFrom(f, 1.0), s.max);
-                EXPECT_EQ(userFrom(f, NAN), userDefault(p)[0]);
-            }
-            // Every default survives the trip to frei0r and back.
-            frei0rFromUserValue(f, userDefault(p), v);
-            UserValue back = userDefault(p);
-            back[size_t(std::max(c, 0))] += 0.25; // so that the trip has to restore it
-            setFromFrei0r(f, v, back);
-            for (int i = 0; i < 3; ++i)
-                EXPECT_NEAR(back[size_t(i)], userDefault(p)[size_t(i)], 1e-9);
-        }
+    EXPECT_EQ(mapped.size(), 38u);
+    for (auto [name, x, user] : {std::tuple{"Zoom", 0.2, 1.0},
+                                 {"Zoom", -1.0, -5.0},
+                                 {"Zoom", 1e300, 1000.0},
+                                 {"Zoom", -INFINITY, -1000.0},
+                                 {"Softness", 0.5, 50.0},
+                                 {"Softness", 10.0, 1000.0},
+                                 {"Seam Intensity", -0.25, -25.0},
+                                 {"Shutter Phase", -0.5, -180.0},
+                                 {"Shutter Angle", 2.0, 720.0},
+                                 {"Samples", 0.25, 8.0},
+                                 {"Gamma", 0.0, 0.1},
+                                 {"Gamma", 0.25, 2.5},
+                                 {"Bend Angle", 0.45, 45.0},
+                                 {"Random Seed", 0.5, 32768.0},
+                                 {"Random Seed", 77 / 65535.0, 77.0},
+                                 {"Baseline Start X", -0.5, -0.5},
+                                 {"Light", 0.4, 0.0},
+                                 {"Light", 7.0, 1.0},
+                                 {"Transfer Mode", 0.157895, 3.0},
+                                 {"Transfer Mode", 0.17, 3.0},
+                                 {"Softness Type", NAN, 2.0},
+                                 {"Fade Length", NAN, 100.0}}) {
+        SCOPED_TRACE(std::string(name) + " " + std::to_string(x));
+        EXPECT_EQ(userFrom(byName(mapped, name), x), user);
     }
 }
 
-// Where the catalogue's defaults and useful values sit on the 0..1 of a frei0r host.
-TEST(Frei0rMapping, DefaultsAndUsefulValuesSitOnTheSlider) {
+// ffmpeg's and MLT's text of a value, and what Kdenlive's and Shotcut's panels show; every
+// default's text reads back as the default.
+TEST(Frei0rMapping, TextAndEditorDisplay) {
     DeclaredParams d;
     auto mapped = frei0rParams(d.params());
-    auto named = [&](std::string const& name) -> Frei0rParam const& {
-        return byName(mapped, name);
-    };
-    for (auto [name, x, user] : {std::tuple{"Zoom", 0.6, 1.0},
-                                 {"Softness", 0.5, 50.0},
-                                 {"Softness", 10.0, 1000.0},
-                                 {"Shutter Angle", 2.0, 720.0},
-                                 {"Bend Angle", 0.45, 45.0},
-                                 {"Random Seed", 0.5, 32768.0},
-                                 {"Gamma", 0.0, 0.1}}) {
+    for (auto [name, u, text, shown, unit] :
+         {std::tuple{"Bend", UserValue{1, 0, 0}, "y", "on", ""},
+          {"Seam Color", {1, 0.5, 0}, "1/0.5/0", "#ff8000", ""},
+          {"Transfer Mode", {3, 0, 0}, "0.157895", "Normal", ""},
+          {"Fade Length", {100, 0, 0}, "0.2", "100.0", ""},
+          {"Zoom", {1, 0, 0}, "0.2", "1.00", ""},
+          {"Baseline End Y", {0.75, 0.625, 0}, "0.625", "62.5", "%"},
+          {"Bend Angle", {45, 0, 0}, "0.45", "45.0", "°"},
+          {"Shutter Phase", {-90, 0, 0}, "-0.25", "-90.0", "°"},
+          {"Random Seed", {65535, 0, 0}, "1", "65535", ""}}) {
         SCOPED_TRACE(name);
-        EXPECT_NEAR(userFrom(named(name), x), user, 1e-9);
+        Frei0rParam const& f = byName(mapped, name);
+        EXPECT_EQ(frei0rText(f, u), text);
+        EditorDisplay e = frei0rEditorDisplay(f, u);
+        EXPECT_EQ(e.text, shown);
+        EXPECT_EQ(e.unit, unit);
     }
-    // ffmpeg's filter_params text of a value.
-    EXPECT_EQ(frei0rText(named("Bend"), {1, 0, 0}), "y");
-    EXPECT_EQ(frei0rText(named("Bend"), {0, 0, 0}), "n");
-    EXPECT_EQ(frei0rText(named("Seam Color"), {1, 0.5, 0}), "1/0.5/0");
-    EXPECT_EQ(frei0rText(named("Transfer Mode"), {19, 0, 0}), "1");
-    EXPECT_EQ(frei0rText(named("Fade Length"), {100, 0, 0}), "0.20000000000000001");
-    EXPECT_EQ(frei0rText(named("Baseline End Y"), {0.75, 0.625, 0}), "0.625");
+    for (Frei0rParam const& f : mapped) {
+        SCOPED_TRACE(f.name);
+        std::string t = frei0rText(f, userDefault(*f.param));
+        double v[3] = {t == "y" ? 1.0 : 0.0, 0, 0};
+        if (f.type == F0R_PARAM_COLOR)
+            std::sscanf(t.c_str(), "%lf/%lf/%lf", &v[0], &v[1], &v[2]);
+        else if (f.type == F0R_PARAM_DOUBLE)
+            v[0] = std::strtod(t.c_str(), nullptr);
+        UserValue back{-9, -9, -9};
+        setFromFrei0r(f, v, back);
+        size_t c = size_t(std::max(f.coordinate, 0));
+        EXPECT_NEAR(back[c], userDefault(*f.param)[c], 1e-7);
+    }
 }
 
 // The plug-in itself, as a host loads it: a point's two parameters set one value between them.
@@ -204,31 +176,14 @@ TEST_F(Frei0rPlugin, FfmpegThroughThePluginEqualsTheCommand) {
                             "Mirrel Opacity", "75",      "Transfer Mode",   "Add"}; // label, value
     DeclaredParams declared;
     auto const& params = declared.params();
-    std::vector<UserValue> values, held;
+    std::vector<UserValue> values;
     for (Param const& p : params) values.push_back(userDefault(p));
-    held = values;
+    std::string sets;
     for (size_t i = 0; i < std::size(chosen); i += 2) {
         Param const& p = findParam(params, chosen[i]);
         values[size_t(&p - params.data())] = parseValue(p, chosen[i + 1]);
+        sets += std::string(" --set '") + chosen[i] + "=" + chosen[i + 1] + "'";
     }
-    auto mapped = frei0rParams(params);
-    for (Frei0rParam const& f : mapped) {
-        size_t at = size_t(f.param - params.data());
-        std::string t = frei0rText(f, values[at]);
-        // The value as ffmpeg reads the text: colours as floats, the rest as doubles.
-        double v[3] = {t == "y" ? 1.0 : 0.0, 0, 0};
-        if (f.type == F0R_PARAM_COLOR) {
-            float c[3];
-            std::sscanf(t.c_str(), "%f/%f/%f", &c[0], &c[1], &c[2]);
-            v[0] = c[0], v[1] = c[1], v[2] = c[2];
-        } else if (f.type == F0R_PARAM_DOUBLE) {
-            v[0] = std::strtod(t.c_str(), nullptr);
-        }
-        setFromFrei0r(f, v, held[at]);
-    }
-    std::string sets;
-    for (size_t i = 0; i < params.size(); ++i)
-        if (params[i].kind != ParamKind::Group) sets += setOption(params[i], held[i]);
     // ffmpeg passes the time in milliseconds, 40 a frame at 25 frames a second; frames without
     // timestamps come with a time of about -3.7e20, and the plug-in counts them.
     for (auto [name, options, filter, step] :
@@ -252,6 +207,47 @@ TEST_F(Frei0rPlugin, FfmpegThroughThePluginEqualsTheCommand) {
             EXPECT_NE(ff, readImage(d + "in." + n + ".png", 0).picture.bytes);
         }
     }
+    fs::remove_all(d);
+#endif
+}
+
+// GStreamer's frei0r wrapper sets the parameters as properties of 0..1 named in lower case with
+// dashes; a look away from the defaults renders as the command renders it.
+TEST(GStreamer, PropertiesEqualTheCommand) {
+#if !defined(MIRREL_GST_LAUNCH) || !defined(MIRREL_FFMPEG)
+    GTEST_SKIP() << "gst-launch-1.0 or ffmpeg is absent, or cannot load a sanitized plug-in";
+#else
+    std::string d = clipFolder("gstreamer", MIRREL_FFMPEG);
+    std::string props, sets;
+    for (auto [property, set] :
+         {std::pair{"baseline-start-x=0.1 baseline-start-y=0.7", "Baseline Start=0.1,0.7"},
+          {"bend=true bend-angle=0.3", "Bend=on' --set 'Bend Angle=30"},
+          {"zoom=0.25", "Zoom=1.25"},
+          {"softness=0.08", "Softness=8"},
+          {"light=0", "Light=Frontlit"},
+          {"seam-size=0.666667 seam-color-r=1", "Seam Size=Medium' --set "
+                                                "'Seam Color=1,0,0"},
+          {"fade-length=0.125", "Fade Length=62.5"},
+          {"fade-noise=0.2 random-seed=0.5", "Fade Noise=20' --set "
+                                             "'Random Seed=32768"},
+          {"transfer-mode=0.210526", "Transfer Mode=Add"}}) {
+        props += std::string(" ") + property;
+        sets += std::string(" --set '") + set + "'";
+    }
+    ASSERT_EQ(shell("GST_REGISTRY=" + d +
+                    "registry.bin FREI0R_PATH=" MIRREL_FREI0R_DIR " " MIRREL_GST_LAUNCH
+                    " -q filesrc location=" +
+                    d +
+                    "in.1.png ! pngdec ! videoconvert ! video/x-raw,format=RGBA ! "
+                    "frei0r-filter-mirrel" +
+                    props + " ! pngenc ! filesink location=" + d + "gst.png"),
+              0);
+    ASSERT_EQ(
+        shell(std::string(MIRREL_BINARY) + " render " + d + "in.1.png -o " + d + "cli.png" + sets),
+        0);
+    auto gst = readImage(d + "gst.png", 0).picture.bytes;
+    EXPECT_EQ(gst, readImage(d + "cli.png", 0).picture.bytes);
+    EXPECT_NE(gst, readImage(d + "in.1.png", 0).picture.bytes);
     fs::remove_all(d);
 #endif
 }

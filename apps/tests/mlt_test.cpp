@@ -37,9 +37,21 @@ std::vector<std::string> split(std::string const& s, char sep) {
     return out;
 }
 
-// The file the build wrote: every frei0r parameter once, with the catalogue's default, and the
-// ends of every number's Kdenlive slider on frei0r's 0 and 1.
-TEST(KdenliveEffect, NamesEveryParameterOnceWithItsDefault) {
+std::string childText(xmlNodePtr node, char const* name) {
+    for (xmlNodePtr c = node->children; c; c = c->next)
+        if (named(c, name)) {
+            xmlChar* text = xmlNodeGetContent(c);
+            std::string s = reinterpret_cast<char const*>(text);
+            xmlFree(text);
+            return s;
+        }
+    return "";
+}
+
+// The file the build wrote, read as Kdenlive reads it: `default` and menu values go to MLT as
+// written, and Kdenlive keeps a menu value with 6 significant digits; a number shows its MLT
+// value times `factor`, so that its ends and default are the catalogue's in the user's units.
+TEST(KdenliveEffect, ReadAsKdenliveReadsItGivesTheCatalogue) {
     DeclaredParams d;
     auto mapped = frei0rParams(d.params());
     xmlDocPtr doc = xmlReadFile(MIRREL_KDENLIVE_EFFECT, nullptr, XML_PARSE_NONET);
@@ -54,60 +66,68 @@ TEST(KdenliveEffect, NamesEveryParameterOnceWithItsDefault) {
         SCOPED_TRACE(name);
         if (seen[name]++) continue;
         Frei0rParam const& f = byName(mapped, name);
-        UserValue want = userDefault(*f.param), u = want;
-        u[size_t(std::max(f.coordinate, 0))] += 0.25; // the default must restore it
-        double v[3] = {0, 0, 0};
+        UserValue want = userDefault(*f.param), u{-9, -9, -9};
         auto number = [&](char const* attr) {
             return std::strtod(prop(node, attr).c_str(), nullptr);
         };
-        // Kdenlive shows the MLT value times factor plus offset.
-        auto mlt = [&](double shown) { return (shown - number("offset")) / number("factor"); };
+        auto user = [&](double mlt) {
+            double v[3] = {mlt, mlt, mlt};
+            UserValue r = want;
+            setFromFrei0r(f, v, r);
+            return r[size_t(std::max(f.coordinate, 0))];
+        };
+        auto kept = [](std::string const& text) -> std::string {
+            char six[32];
+            std::snprintf(six, sizeof six, "%.6g", std::strtod(text.c_str(), nullptr));
+            return six;
+        };
+        double v[3] = {number("default"), 0, 0};
         if (type == "list") {
             auto values = split(prop(node, "paramlist"), ';');
-            std::string labels;
-            for (xmlNodePtr c = node->children; c; c = c->next)
-                if (named(c, "paramlistdisplay")) {
-                    xmlChar* text = xmlNodeGetContent(c);
-                    labels = reinterpret_cast<char const*>(text);
-                    xmlFree(text);
-                }
-            EXPECT_EQ(split(labels, ','), f.param->entries);
+            EXPECT_EQ(split(childText(node, "paramlistdisplay"), ','), f.param->entries);
             ASSERT_EQ(values.size(), f.param->entries.size());
             for (size_t k = 0; k < values.size(); ++k) {
-                UserValue e{};
-                v[0] = std::strtod(values[k].c_str(), nullptr);
-                setFromFrei0r(f, v, e);
-                EXPECT_EQ(e[0], double(k));
+                EXPECT_EQ(kept(values[k]), values[k]);
+                EXPECT_EQ(user(std::strtod(values[k].c_str(), nullptr)), double(k));
             }
-            v[0] = number("default");
-        } else if (type == "bool") {
-            v[0] = number("default");
+            EXPECT_EQ(values.at(size_t(want[0])), prop(node, "default"));
         } else if (type == "color") {
             unsigned rgb[3];
             ASSERT_EQ(
                 std::sscanf(prop(node, "default").c_str(), "#%2x%2x%2x", &rgb[0], &rgb[1], &rgb[2]),
                 3);
             for (int c = 0; c < 3; ++c) v[c] = rgb[c] / 255.0;
-        } else {
+        } else if (type != "bool") {
             ASSERT_TRUE(type == "animated" || type == "constant") << type;
-            v[0] = mlt(number("default"));
-            if (f.param->kind != ParamKind::Point) {
-                EXPECT_NEAR(mlt(number("min")), 0.0, 1e-12);
-                EXPECT_NEAR(mlt(number("max")), 1.0, 1e-12);
+            EXPECT_EQ(prop(node, "offset"), "");
+            double factor = number("factor"), min = number("min"), max = number("max");
+            if (f.param->kind == ParamKind::Point) {
+                EXPECT_EQ(factor, 100); // percent of the frame
+            } else {
+                // The slider's ends are the user's values, inside the limits.
+                Limits l = userLimits(*f.param);
+                EXPECT_NEAR(user(min / factor), min, 1e-9);
+                EXPECT_NEAR(user(max / factor), max, 1e-9);
+                EXPECT_TRUE(min >= l.min && max <= l.max && min < max);
+                EXPECT_TRUE(want[0] >= min && want[0] <= max);
             }
         }
         setFromFrei0r(f, v, u);
-        for (size_t c = 0; c < 3; ++c) EXPECT_NEAR(u[c], want[c], 1e-9) << c;
+        size_t c = size_t(std::max(f.coordinate, 0));
+        EXPECT_NEAR(u[c], want[c], 1e-9);
+        if (type == "color") {
+            for (size_t i = 1; i < 3; ++i) EXPECT_NEAR(u[i], want[i], 1e-9);
+        }
     }
     xmlFreeDoc(doc);
     EXPECT_EQ(seen.size(), mapped.size());
     for (auto const& [name, count] : seen) EXPECT_EQ(count, 1) << name;
 }
 
-// melt renders a generated clip through the plug-in with values set by name, from its command
-// line on one thread and on two, and from a project as Kdenlive saves it; each frame equals the
-// mirrel command's render of the same values.
-TEST(Melt, FilterSetByNameEqualsTheCommand) {
+// melt renders a generated clip through the plug-in with properties as the editors write them:
+// from its command line on one thread and on two, and from a project as Shotcut's panel saves
+// it; each frame equals the mirrel command's render of the same values in the user's units.
+TEST(Melt, PropertiesAsEditorsWriteThemEqualTheCommand) {
 #if !defined(MIRREL_MELT) || !defined(MIRREL_FFMPEG)
     GTEST_SKIP() << "melt or ffmpeg is absent, or cannot load a sanitized plug-in";
 #else
@@ -115,58 +135,46 @@ TEST(Melt, FilterSetByNameEqualsTheCommand) {
     ASSERT_EQ(shell(std::string(MIRREL_FFMPEG) + " -v error -i " + d + "in.%d.png -c:v ffv1 " +
                     "-pix_fmt rgba " + d + "in.mkv"),
               0);
-    DeclaredParams declared;
-    auto const& params = declared.params();
-    auto mapped = frei0rParams(params);
-    // Points, numbers (one beyond its slider) and menus, as MLT properties.
-    std::vector<std::pair<std::string, UserValue>> chosen = {{"Baseline Start X", {0.1, 0, 0}},
-                                                             {"Baseline Start Y", {0, 0.7, 0}},
-                                                             {"Height and Slant Y", {0, 0.95, 0}},
-                                                             {"Softness", {12, 0, 0}},
-                                                             {"Zoom", {1.25, 0, 0}},
-                                                             {"Bend Stretch", {7, 0, 0}},
-                                                             {"Light", {0, 0, 0}},
-                                                             {"Fade Noise", {30, 0, 0}},
-                                                             {"Random Seed", {77, 0, 0}},
-                                                             {"Transfer Mode", {3, 0, 0}}};
-    std::vector<UserValue> held;
-    for (Param const& p : params) held.push_back(userDefault(p));
-    std::vector<std::pair<std::string, std::string>> properties;
-    for (auto const& [name, u] : chosen) {
-        Frei0rParam const& f = byName(mapped, name);
-        std::string text = frei0rText(f, u);
-        double v[3] = {std::strtod(text.c_str(), nullptr), 0, 0};
-        setFromFrei0r(f, v, held[size_t(f.param - params.data())]);
-        properties.push_back({name, text});
-    }
+    // Property, its text, and the same value for the command.
+    std::tuple<char const*, char const*, char const*> chosen[] = {
+        {"Baseline Start X", "0.1", "Baseline Start=0.1,0.7"},
+        {"Baseline Start Y", "0.7", ""},
+        {"Height and Slant Y", "0.95", "Height and Slant=0.5,0.95"},
+        {"Softness", "0.12", "Softness=12"},
+        {"Zoom", "0.25", "Zoom=1.25"},
+        {"Bend", "1", "Bend=on"},
+        {"Bend Stretch", "1.4", "Bend Stretch=7"},
+        {"Seam Intensity", "-0.4", "Seam Intensity=-40"},
+        {"Light", "0", "Light=Frontlit"},
+        {"Fade Noise", "0.3", "Fade Noise=30"},
+        {"Random Seed", "0.00117494", "Random Seed=77"},
+        {"Transfer Mode", "0.157895", "Transfer Mode=Normal"}};
     // "Fade Length" goes from 125 to 375 over the three frames: by frame number on the command
     // line, by time in the project.
     std::string cmd = "FREI0R_PATH=" MIRREL_FREI0R_DIR " " MIRREL_MELT " " + d +
                       "in.mkv -filter frei0r.mirrel 'Fade Length=0=0.25;2=0.75'";
     std::string project =
-        "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<mlt LC_NUMERIC=\"C\" producer=\"main_bin\">\n"
-        " <profile description=\"96x64 25fps\" width=\"96\" height=\"64\" progressive=\"1\" "
-        "sample_aspect_num=\"1\" sample_aspect_den=\"1\" display_aspect_num=\"3\" "
-        "display_aspect_den=\"2\" frame_rate_num=\"25\" frame_rate_den=\"1\" colorspace=\"709\"/>\n"
-        " <producer id=\"clip\" in=\"00:00:00.000\" out=\"00:00:00.080\">\n"
+        "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<mlt LC_NUMERIC=\"C\">\n"
+        " <profile width=\"96\" height=\"64\" progressive=\"1\" sample_aspect_num=\"1\" "
+        "sample_aspect_den=\"1\" display_aspect_num=\"3\" display_aspect_den=\"2\" "
+        "frame_rate_num=\"25\" frame_rate_den=\"1\" colorspace=\"709\"/>\n"
+        " <producer id=\"clip\" in=\"0\" out=\"2\">\n"
         "  <property name=\"resource\">" +
         d +
         "in.mkv</property>\n"
-        "  <property name=\"mlt_service\">avformat</property>\n </producer>\n"
-        " <playlist id=\"playlist0\">\n"
-        "  <entry producer=\"clip\" in=\"00:00:00.000\" out=\"00:00:00.080\">\n"
-        "   <filter id=\"filter0\">\n"
-        "    <property name=\"mlt_service\">frei0r.mirrel</property>\n"
-        "    <property name=\"kdenlive_id\">frei0r.mirrel</property>\n"
-        "    <property name=\"Fade Length\">00:00:00.000=0.25;00:00:00.080=0.75</property>\n";
-    for (auto const& [name, text] : properties) {
-        cmd += " '" + name + "=" + text + "'";
-        project += "    <property name=\"" + name + "\">" + text + "</property>\n";
+        "  <property name=\"mlt_service\">avformat</property>\n"
+        "  <filter id=\"filter0\">\n"
+        "   <property name=\"mlt_service\">frei0r.mirrel</property>\n"
+        "   <property name=\"shotcut:filter\">mirrel</property>\n"
+        "   <property name=\"Fade Length\">00:00:00.000=0.25;00:00:00.080=0.75</property>\n";
+    std::string sets;
+    for (auto [name, text, set] : chosen) {
+        cmd += std::string(" '") + name + "=" + text + "'";
+        project += std::string("   <property name=\"") + name + "\">" + text + "</property>\n";
+        if (*set) sets += std::string(" --set '") + set + "'";
     }
-    project +=
-        "   </filter>\n  </entry>\n </playlist>\n"
-        " <tractor id=\"tractor0\">\n  <track producer=\"playlist0\"/>\n </tractor>\n</mlt>\n";
-    std::ofstream(d + "project.mlt") << project;
+    project += "  </filter>\n </producer>\n</mlt>\n";
+    std::ofstream(d + "shotcut.mlt") << project;
     auto to = [&](std::string const& name, int realTime = -1) {
         return " -consumer avformat:" + d + name +
                ".%d.png vcodec=png pix_fmt=rgba real_time=" + std::to_string(realTime) + " >>" + d +
@@ -175,27 +183,21 @@ TEST(Melt, FilterSetByNameEqualsTheCommand) {
     ASSERT_EQ(shell(cmd + to("cmd")), 0);
     // Frame threading: two threads, each with its own instance, render alternate frames.
     ASSERT_EQ(shell(cmd + to("threads", -2)), 0);
-    ASSERT_EQ(
-        shell("FREI0R_PATH=" MIRREL_FREI0R_DIR " " MIRREL_MELT " " + d + "project.mlt" + to("kd")),
-        0);
-
-    Param const& fadeLength = findParam(params, "Fade Length");
-    Frei0rParam const& fadeF = byName(mapped, "Fade Length");
+    ASSERT_EQ(shell("FREI0R_PATH=" MIRREL_FREI0R_DIR " " MIRREL_MELT " " + d + "shotcut.mlt" +
+                    to("shotcut")),
+              0);
     for (int f = 1; f <= 3; ++f) {
-        double v[3] = {0.25 * f, 0, 0};
-        setFromFrei0r(fadeF, v, held[size_t(&fadeLength - params.data())]);
         // MLT passes the time in seconds; with noise it tells the frames apart.
         char time[32];
         std::snprintf(time, sizeof time, "%.17g", (f - 1) / 25.0);
-        std::string sets = std::string(" --frame ") + time, n = std::to_string(f);
-        for (size_t i = 0; i < params.size(); ++i)
-            if (params[i].kind != ParamKind::Group) sets += setOption(params[i], held[i]);
+        std::string n = std::to_string(f);
         ASSERT_EQ(shell(std::string(MIRREL_BINARY) + " render " + d + "in." + n + ".png -o " + d +
-                        "cli." + n + ".png" + sets),
+                        "cli." + n + ".png --frame " + time + sets +
+                        " --set 'Fade Length=" + std::to_string(125 * f) + "'"),
                   0);
         auto cli = readImage(d + "cli." + n + ".png", 0).picture.bytes;
         EXPECT_NE(cli, readImage(d + "in." + n + ".png", 0).picture.bytes);
-        for (std::string run : {"cmd", "threads", "kd"})
+        for (std::string run : {"cmd", "threads", "shotcut"})
             EXPECT_EQ(readImage(d + run + "." + n + ".png", 0).picture.bytes, cli)
                 << run << " frame " << f;
     }
