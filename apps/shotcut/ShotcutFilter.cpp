@@ -77,7 +77,8 @@ std::string shotcutMetaQml(std::vector<Frei0rParam> const& params) {
         if (!animated(f) || f.coordinate == 1) continue;
         Param const& p = *f.param;
         simple += std::string(simple.empty() ? "" : ", ") + quoted(f.name);
-        keyframed += "            Parameter {\n                name: qsTr(" + quoted(p.name) +
+        keyframed += std::string(keyframed.empty() ? "" : ",\n") +
+                     "            Parameter {\n                name: qsTr(" + quoted(p.name) +
                      ")\n                property: " + quoted(f.name) + "\n";
         if (p.kind == ParamKind::Point) {
             // A point's two coordinates take their keyframes together.
@@ -89,7 +90,7 @@ std::string shotcutMetaQml(std::vector<Frei0rParam> const& params) {
                          formatNumber(c.min / c.factor) +
                          "\n                maximum: " + formatNumber(c.max / c.factor) + "\n";
         }
-        keyframed += "            },\n";
+        keyframed += "            }";
     }
     return "// Written at build time from the effect's catalogue.\n"
            "import QtQuick 2.0\nimport org.shotcut.qml 1.0\n\n"
@@ -104,5 +105,5 @@ std::string shotcutMetaQml(std::vector<Frei0rParam> const& params) {
            "        allowAnimateIn: false\n"
            "        allowAnimateOut: false\n"
            "        simpleProperties: [" +
-           simple + "]\n        parameters: [\n" + keyframed + "        ]\n    }\n}\n";
+           simple + "]\n        parameters: [\n" + keyframed + "\n        ]\n    }\n}\n";
 }

@@ -11,6 +11,7 @@ extern "C" {
 
 #include <cmath>
 #include <fstream>
+#include <iterator>
 #include <map>
 
 namespace {
@@ -202,6 +203,50 @@ TEST(Melt, PropertiesAsEditorsWriteThemEqualTheCommand) {
                 << run << " frame " << f;
     }
     std::filesystem::remove_all(d);
+#endif
+}
+
+// A project saved by Kdenlive 22.12 itself after applying Mirrel to a 640x360 clip one second
+// into the timeline and setting "Light" Frontlit, "Transfer Mode" Normal, "Baseline Start X"
+// 10 % and "Softness" 20 in its panel: melt renders it as the command renders those values.
+TEST(Melt, ProjectSavedByKdenliveEqualsTheCommand) {
+#if !defined(MIRREL_MELT) || !defined(MIRREL_FFMPEG)
+    GTEST_SKIP() << "melt or ffmpeg is absent, or cannot load a sanitized plug-in";
+#else
+    std::filesystem::path dir = scratchPath("kdenlive");
+    std::filesystem::remove_all(dir);
+    std::filesystem::create_directories(dir);
+    std::string d = dir.string() + "/";
+    // The project names its clip relative to its root; a lossless clip of the same size stands
+    // in for it, so that melt and the command read the same pixels.
+    ASSERT_EQ(shell(std::string(MIRREL_FFMPEG) +
+                    " -v error -f lavfi -i testsrc2=size=640x360:rate=25 -frames:v 3 -c:v ffv1 " +
+                    "-pix_fmt rgba " + d + "clip.mkv && " MIRREL_FFMPEG " -v error -i " + d +
+                    "clip.mkv " + d + "in.%d.png"),
+              0);
+    std::ifstream fixture(MIRREL_TEST_FIXTURES "/kdenlive-mirrel.kdenlive");
+    std::string project((std::istreambuf_iterator<char>(fixture)), {});
+    for (auto [from, to] : {std::pair<std::string, std::string>{"root=\"/tmp/editors\"",
+                                                                "root=\"" + dir.string() + "\""},
+                            {">clip.mp4<", ">clip.mkv<"}})
+        for (size_t at; (at = project.find(from)) != std::string::npos;)
+            project.replace(at, from.size(), to);
+    std::ofstream(d + "project.kdenlive") << project;
+    ASSERT_EQ(shell("FREI0R_PATH=" MIRREL_FREI0R_DIR " " MIRREL_MELT " " + d +
+                    "project.kdenlive in=25 out=27 -consumer avformat:" + d +
+                    "kd.%d.png vcodec=png pix_fmt=rgba real_time=-1 >" + d + "melt.log 2>&1"),
+              0);
+    for (int f = 1; f <= 3; ++f) {
+        std::string n = std::to_string(f);
+        ASSERT_EQ(shell(std::string(MIRREL_BINARY) + " render " + d + "in." + n + ".png -o " + d +
+                        "cli." + n + ".png --set Light=Frontlit --set 'Transfer Mode=Normal' " +
+                        "--set 'Baseline Start=0.1,0.75' --set Softness=20"),
+                  0);
+        auto cli = readImage(d + "cli." + n + ".png", 0).picture.bytes;
+        EXPECT_EQ(readImage(d + "kd." + n + ".png", 0).picture.bytes, cli) << "frame " << f;
+        EXPECT_NE(cli, readImage(d + "in." + n + ".png", 0).picture.bytes);
+    }
+    std::filesystem::remove_all(dir);
 #endif
 }
 
