@@ -11,7 +11,7 @@ set -uo pipefail
 [ "${CI:-}" = true ] && { echo "skipped in CI"; exit 77; }
 build=$(realpath "$1")
 out=$(realpath -m "$2")
-for tool in kdenlive shotcut Xvfb xdotool dbus-run-session melt ffmpeg import compare; do
+for tool in kdenlive shotcut Xvfb xdotool dbus-daemon melt ffmpeg import compare; do
   command -v "$tool" >/dev/null || { echo "skipped: $tool is missing (scripts/deps --editors)"; exit 77; }
 done
 rm -rf "$out" && mkdir -p "$out"
@@ -45,6 +45,10 @@ for _ in $(seq 20); do [ -s "$tmp/display" ] && break; sleep 0.5; done
 export DISPLAY=":$(head -1 "$tmp/display")"
 export FREI0R_PATH="$build/frei0r-1" XDG_RUNTIME_DIR="$tmp/run"
 mkdir -m 700 "$tmp/run"
+# A session bus of its own for Kdenlive, ended with the rest.
+dbus-daemon --session --fork --print-address=4 --print-pid=5 4>"$tmp/bus" 5>"$tmp/bus.pid"
+pids+=("$(cat "$tmp/bus.pid")")
+export DBUS_SESSION_BUS_ADDRESS="$(head -1 "$tmp/bus")"
 
 # A lossless 1280x720 clip at 25 frames a second, the size of Kdenlive's 720p profile, so that
 # melt and the command read the same pixels.
@@ -57,7 +61,7 @@ mkdir -p "$home/.config" "$home/data/kdenlive/effects"
 cp "$build/frei0r-1/frei0r_mirrel.xml" "$home/data/kdenlive/effects/"
 printf '[misc]\ncheckfirstprojectclip=false\n[unmanaged]\ndefault_profile=atsc_720p_25\n' \
   >"$home/.config/kdenliverc"
-HOME="$home" XDG_DATA_HOME="$home/data" dbus-run-session kdenlive -i "$tmp/clip.mkv" \
+HOME="$home" XDG_DATA_HOME="$home/data" kdenlive -i "$tmp/clip.mkv" \
   >"$out/kdenlive.log" 2>&1 &
 pids+=($!)
 if main=$(window "Untitled" 90); then
