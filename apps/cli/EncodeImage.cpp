@@ -1,10 +1,10 @@
 #include "apps/cli/EncodeImage.h"
 
 #include "apps/common/Errors.h"
+#include "apps/common/SafeFile.h"
 
 #include <OpenImageIO/filesystem.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -36,19 +36,10 @@ std::vector<unsigned char> encodeImage(OIIO::ImageOutput& out, std::string const
         return bytes;
     }
     namespace fs = std::filesystem;
-    std::error_code ec;
-    std::string folder = (fs::temp_directory_path(ec) / "mirrel-XXXXXX").string();
-    if (ec || !mkdtemp(folder.data())) fail(path, "no private temporary folder");
-    fs::path const file = fs::path(folder) / ("image" + fs::path(path).extension().string());
-    try {
-        encode(out, path, file.string(), spec, type, pixels);
-        std::ifstream in(file, std::ios::binary);
-        bytes.assign(std::istreambuf_iterator<char>(in), {});
-        if (!in.good() && !in.eof()) fail(path, "cannot read the encoded picture back");
-    } catch (...) {
-        fs::remove_all(folder, ec);
-        throw;
-    }
-    fs::remove_all(folder, ec);
+    TempFolder folder(path, "image" + fs::path(path).extension().string());
+    encode(out, path, folder.file(), spec, type, pixels);
+    std::ifstream in(folder.file(), std::ios::binary);
+    bytes.assign(std::istreambuf_iterator<char>(in), {});
+    if (!in.good() && !in.eof()) fail(path, "cannot read the encoded picture back");
     return bytes;
 }

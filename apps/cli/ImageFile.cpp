@@ -1,7 +1,7 @@
 #include "apps/cli/ImageFile.h"
 
 #include "apps/cli/EncodeImage.h"
-#include "apps/cli/SafeOutput.h"
+#include "apps/common/SafeFile.h"
 #include "apps/common/Errors.h"
 #include "apps/common/InputFile.h"
 #include "apps/common/ParamLookup.h"

@@ -3,7 +3,7 @@
 #include "apps/common/Errors.h"
 #include "apps/preview/PreviewExport.h"
 #include "apps/preview/PreviewValues.h"
-#include "apps/preview/SafeWrite.h"
+#include "apps/common/SafeFile.h"
 
 #include <algorithm>
 #include <cmath>
