@@ -90,7 +90,8 @@ void renderLoaded(EffectSession& session, Options const& o, LoadedImage img,
     request.argb = o.argb;
     Picture result = session.render(prepared(std::move(img.picture), o), request);
     if (o.showControls) session.drawControls(result, frame);
-    writeImage(output, result, outputLayout(img.layout, o, input, output, result));
+    FileLayout const layout = outputLayout(img.layout, o, input, output, result);
+    writeImage(output, std::move(result), layout);
 }
 
 // No output frame may be an input frame of the same run: by name, link or canonical path.
