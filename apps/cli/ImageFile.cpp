@@ -131,6 +131,11 @@ void keepSource(OIIO::ImageSpec& spec, OIIO::ImageSpec const& source, bool sameF
 } // namespace
 
 std::pair<int, int> pictureSize(std::string const& path) {
+    try { // a FIFO or a device is never opened: reading it would block, or never end
+        checkInputFile("input", path);
+    } catch (Failure const&) {
+        return {0, 0};
+    }
     auto in = OIIO::ImageInput::open(path);
     if (!in) return {0, 0};
     OIIO::ImageSpec const& spec = in->spec();
