@@ -136,6 +136,16 @@ TEST(ImageFile, FailuresNameTheFileAndLeaveNothingBehind) {
     fs::create_directories(dir);
     std::ofstream(junk) << "not a picture";
     EXPECT_TRUE(contains(failure([&] { readImage(junk, 0); }), junk));
+    std::string const wide = dir + "/wide.exr"; // a display window too large to work on
+    OIIO::ImageSpec spec(2, 2, 4, OIIO::TypeDesc::HALF);
+    spec.full_width = 40000;
+    std::vector<uint16_t> zeros(16);
+    auto out = OIIO::ImageOutput::create(wide);
+    ASSERT_TRUE(out && out->open(wide, spec) &&
+                out->write_image(OIIO::TypeDesc::HALF, zeros.data()));
+    out->close();
+    EXPECT_TRUE(contains(failure([&] { readImage(wide, 0); }), wide));
+    fs::remove(wide);
     EXPECT_TRUE(contains(failure([&] { writeImage(odd, Picture(2, 2, 8), {}); }), odd));
     EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 1);
     fs::remove_all(dir);

@@ -53,6 +53,22 @@ TEST(SafeOutput, AFullDiskFailsNamingTheOutputAndKeepsTheEarlierFile) {
     }
 }
 
+// With several workers every frame that fails is named, as many as the count says.
+TEST(SafeOutput, AFullDiskDuringASequenceNamesEachFailedFrame) {
+    Folder f;
+    for (int i = 1; i <= 4; ++i) fs::copy_file(f("in.png"), f("in" + std::to_string(i) + ".png"));
+    auto [status, err] = run("MIRREL_FAULT_ENOSPC_AFTER=0 " + kFaulty + MIRREL_BINARY " render " +
+                             f("in%d.png") + " -o " + f("out%d.png") + " --frames 1-4 --jobs 2");
+    EXPECT_EQ(status, 1);
+    size_t const at = err.find(" failed");
+    ASSERT_NE(at, std::string::npos) << err;
+    int named = 0;
+    for (int i = 1; i <= 4; ++i) named += contains(err, f("out" + std::to_string(i) + ".png"));
+    EXPECT_EQ(err.substr(err.rfind(' ', at - 1) + 1, at - err.rfind(' ', at - 1) - 1),
+              std::to_string(named))
+        << err;
+}
+
 // Names at the file-name limit still leave room for the temporary name; what is not a regular
 // file at the output's name (a FIFO someone reads) is refused, not replaced.
 TEST(SafeOutput, LongNamesAndOutputsThatAreNoFiles) {
