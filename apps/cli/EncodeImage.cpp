@@ -31,6 +31,8 @@ std::vector<unsigned char> encodeImage(OIIO::ImageOutput& out, std::string const
                                        void const* pixels, OIIO::stride_t pixelBytes) {
     std::vector<unsigned char> bytes;
     if (out.supports("ioproxy")) {
+        // Room for an uncompressed file, so that the bytes are not moved as they grow.
+        bytes.reserve(size_t(spec.image_bytes()) + (size_t(1) << 16));
         OIIO::Filesystem::IOVecOutput memory(bytes);
         out.set_ioproxy(&memory);
         encode(out, path, path, spec, type, pixels, pixelBytes);

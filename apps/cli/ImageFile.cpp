@@ -143,12 +143,22 @@ std::pair<int, int> pictureSize(std::string const& path) {
                                   : std::pair(spec.width, spec.height);
 }
 
+namespace {
+
+template <class T> bool alphaBelow(Picture const& p, double opaque) {
+    T const* px = reinterpret_cast<T const*>(p.bytes.data());
+    for (size_t i = 0, n = p.pixelCount(); i < n; ++i)
+        if (double(px[4 * i + 3]) < opaque) return true;
+    return false;
+}
+
+} // namespace
+
 bool hasTransparency(Picture const& picture) {
     // Float work leaves the last bit of an opaque alpha to rounding.
-    double const kOpaque = picture.depth == 32 ? 1.0 - 1e-5 : 1.0;
-    for (size_t i = 0, n = picture.pixelCount(); i < n; ++i)
-        if (picture.channel(i, 3) < kOpaque) return true;
-    return false;
+    return picture.depth == 8    ? alphaBelow<uint8_t>(picture, 255)
+           : picture.depth == 16 ? alphaBelow<uint16_t>(picture, 65535)
+                                 : alphaBelow<float>(picture, 1.0 - 1e-5);
 }
 
 namespace {
