@@ -9,6 +9,13 @@ unsigned char toByte(float v) {
     return (unsigned char)std::lround(std::clamp(v, 0.0f, 1.0f) * 255);
 }
 
+// A pixel bound held to one past either side of a side of `size` pixels before it becomes an
+// int: a control far outside the frame (or at infinity) must neither overflow nor make the
+// loops over its pixels run to the limits of int. NaN draws nothing.
+int bounded(double v, int size) {
+    return v >= -1.0 ? int(std::min(v, double(size))) : -1;
+}
+
 } // namespace
 
 void ControlCanvas::color3f(GLfloat r, GLfloat g, GLfloat b) {
@@ -50,10 +57,12 @@ void ControlCanvas::plot(int c, int r) {
 void ControlCanvas::line(double ax, double ay, double bx, double by) {
     double x0 = column(ax), y0 = row(ay), x1 = column(bx), y1 = row(by);
     double half = std::max(1.0, double(m_lineWidth)) / 2.0;
-    int c0 = int(std::floor(std::min(x0, x1) - half)), c1 = int(std::ceil(std::max(x0, x1) + half));
-    int r0 = int(std::floor(std::min(y0, y1) - half)), r1 = int(std::ceil(std::max(y0, y1) + half));
-    c0 = std::max(c0, 0), r0 = std::max(r0, 0);
-    c1 = std::min(c1, m_image.width - 1), r1 = std::min(r1, m_image.height - 1);
+    int c0 = std::max(bounded(std::floor(std::min(x0, x1) - half), m_image.width), 0);
+    int c1 =
+        std::min(bounded(std::ceil(std::max(x0, x1) + half), m_image.width), m_image.width - 1);
+    int r0 = std::max(bounded(std::floor(std::min(y0, y1) - half), m_image.height), 0);
+    int r1 =
+        std::min(bounded(std::ceil(std::max(y0, y1) + half), m_image.height), m_image.height - 1);
     double dx = x1 - x0, dy = y1 - y0, len2 = dx * dx + dy * dy;
     for (int r = r0; r <= r1; ++r)
         for (int c = c0; c <= c1; ++c) {
@@ -64,8 +73,12 @@ void ControlCanvas::line(double ax, double ay, double bx, double by) {
 
 void ControlCanvas::point(double x, double y) {
     double cx = column(x), cy = row(y), half = std::max(1.0, double(m_pointSize)) / 2.0;
-    for (int r = int(std::floor(cy - half)); r <= int(std::ceil(cy + half)); ++r)
-        for (int c = int(std::floor(cx - half)); c <= int(std::ceil(cx + half)); ++c) {
+    int const r0 = bounded(std::floor(cy - half), m_image.height),
+              r1 = bounded(std::ceil(cy + half), m_image.height);
+    int const c0 = bounded(std::floor(cx - half), m_image.width),
+              c1 = bounded(std::ceil(cx + half), m_image.width);
+    for (int r = r0; r <= r1; ++r)
+        for (int c = c0; c <= c1; ++c) {
             bool inside = m_smooth ? std::hypot(c - cx, r - cy) <= half
                                    : std::fabs(c - cx) <= half && std::fabs(r - cy) <= half;
             if (inside) plot(c, r);

@@ -133,7 +133,7 @@ CLI::App* addRender(CLI::App& app, Options& o, RenderChoices& c) {
     render
         ->add_option("--max-pixels", o.maxPixels,
                      "largest input picture read, in pixels (default 100000000)")
-        ->check(CLI::PositiveNumber)
+        ->check(CLI::Range(1ULL, 1ULL << 40))
         ->type_name("N");
     CLI::Option* quiet =
         render->add_flag("-q,--quiet", o.quiet, "no progress, no summary: errors only");

@@ -1,10 +1,10 @@
 #include "apps/cli/EncodeImage.h"
 
 #include "apps/common/Errors.h"
+#include "apps/common/SafeFile.h"
 
 #include <OpenImageIO/filesystem.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -16,9 +16,10 @@ namespace {
 }
 
 void encode(OIIO::ImageOutput& out, std::string const& path, std::string const& target,
-            OIIO::ImageSpec const& spec, OIIO::TypeDesc type, void const* pixels) {
+            OIIO::ImageSpec const& spec, OIIO::TypeDesc type, void const* pixels,
+            OIIO::stride_t pixelBytes) {
     if (!out.open(target, spec)) fail(path, out.geterror());
-    bool ok = out.write_image(type, pixels);
+    bool ok = out.write_image(type, pixels, pixelBytes);
     ok = out.close() && ok;
     if (!ok) fail(path, out.geterror());
 }
@@ -27,28 +28,21 @@ void encode(OIIO::ImageOutput& out, std::string const& path, std::string const& 
 
 std::vector<unsigned char> encodeImage(OIIO::ImageOutput& out, std::string const& path,
                                        OIIO::ImageSpec const& spec, OIIO::TypeDesc type,
-                                       void const* pixels) {
+                                       void const* pixels, OIIO::stride_t pixelBytes) {
     std::vector<unsigned char> bytes;
     if (out.supports("ioproxy")) {
+        // Room for an uncompressed file, so that the bytes are not moved as they grow.
+        bytes.reserve(size_t(spec.image_bytes()) + (size_t(1) << 16));
         OIIO::Filesystem::IOVecOutput memory(bytes);
         out.set_ioproxy(&memory);
-        encode(out, path, path, spec, type, pixels);
+        encode(out, path, path, spec, type, pixels, pixelBytes);
         return bytes;
     }
     namespace fs = std::filesystem;
-    std::error_code ec;
-    std::string folder = (fs::temp_directory_path(ec) / "mirrel-XXXXXX").string();
-    if (ec || !mkdtemp(folder.data())) fail(path, "no private temporary folder");
-    fs::path const file = fs::path(folder) / ("image" + fs::path(path).extension().string());
-    try {
-        encode(out, path, file.string(), spec, type, pixels);
-        std::ifstream in(file, std::ios::binary);
-        bytes.assign(std::istreambuf_iterator<char>(in), {});
-        if (!in.good() && !in.eof()) fail(path, "cannot read the encoded picture back");
-    } catch (...) {
-        fs::remove_all(folder, ec);
-        throw;
-    }
-    fs::remove_all(folder, ec);
+    TempFolder folder(path, "image" + fs::path(path).extension().string());
+    encode(out, path, folder.file(), spec, type, pixels, pixelBytes);
+    std::ifstream in(folder.file(), std::ios::binary);
+    bytes.assign(std::istreambuf_iterator<char>(in), {});
+    if (!in.good() && !in.eof()) fail(path, "cannot read the encoded picture back");
     return bytes;
 }

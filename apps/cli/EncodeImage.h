@@ -7,7 +7,8 @@
 // The file `path` would hold, encoded in memory by `out` (made for that path's format), so that
 // the bytes can be written and checked by the caller. Formats the library cannot encode into
 // memory go through a file in a private folder of the system's temporary folder, read back.
-// Throws Failure naming `path`.
+// `pixelBytes` apart may hold more channels than the file's (which come first). Throws Failure
+// naming `path`.
 std::vector<unsigned char> encodeImage(OIIO::ImageOutput& out, std::string const& path,
                                        OIIO::ImageSpec const& spec, OIIO::TypeDesc type,
-                                       void const* pixels);
+                                       void const* pixels, OIIO::stride_t pixelBytes);

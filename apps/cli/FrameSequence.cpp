@@ -8,22 +8,37 @@
 #include <regex>
 
 std::vector<int> parseFrameList(std::string const& spec) {
-    // The library reads the numbers into ints and lists every frame: numbers and the count are
-    // bounded first, so that a huge range is refused instead of overflowing or filling memory.
-    long long count = 0;
+    // The library reads the numbers into ints and lists every frame: each part is checked and
+    // its frames counted first, so that a huge range is refused instead of overflowing or
+    // filling memory, and a step of 0 or below never reaches it.
+    auto refuse = [&](std::string const& why) {
+        throw UsageError("--frames " + inQuotes(spec) + ": " + why);
+    };
     static std::regex const kNumber("[0-9]+");
-    static std::regex const kRange("(-?[0-9]+)-(-?[0-9]+)");
     for (std::sregex_iterator n(spec.begin(), spec.end(), kNumber), end; n != end; ++n)
-        if (n->length() > 8)
-            throw UsageError("--frames " + inQuotes(spec) + ": frame numbers up to 99999999");
-    for (std::sregex_iterator r(spec.begin(), spec.end(), kRange), end; r != end; ++r)
-        count += std::llabs(std::stoll((*r)[2]) - std::stoll((*r)[1])) + 1;
-    if (count > 1000000)
-        throw UsageError("--frames " + inQuotes(spec) + ": more than a million frames");
+        if (n->length() > 8) refuse("frame numbers up to 99999999");
+    static std::regex const kPart("(-?[0-9]+)(?:-(-?[0-9]+)(?:([xy])([0-9]+))?)?");
+    std::string const expected = "expected frames such as 1-100, 1-100x2 or 1,5,9-12";
+    long long count = 0;
+    for (size_t start = 0; start <= spec.size();) {
+        size_t const comma = std::min(spec.find(',', start), spec.size());
+        std::string const part = spec.substr(start, comma - start);
+        std::smatch m;
+        if (!std::regex_match(part, m, kPart)) refuse(expected);
+        long long frames = 1;
+        if (m[2].matched) {
+            long long const span = std::llabs(std::stoll(m[2]) - std::stoll(m[1]));
+            long long const step = m[4].matched ? std::stoll(m[4]) : 1;
+            if (step < 1) refuse("a step is 1 or more");
+            frames = span / step + 1;
+            if (m[3] == "y") frames = span + 1 - frames; // the frames the step passes over
+        }
+        count += frames;
+        start = comma + 1;
+    }
+    if (count > 1000000) refuse("more than a million frames");
     std::vector<int> frames;
-    if (!OIIO::Filesystem::enumerate_sequence(spec, frames) || frames.empty())
-        throw UsageError("--frames " + inQuotes(spec) +
-                         ": expected frames such as 1-100, 1-100x2 or 1,5,9-12");
+    if (!OIIO::Filesystem::enumerate_sequence(spec, frames) || frames.empty()) refuse(expected);
     return frames;
 }
 

@@ -1,11 +1,11 @@
 #include "apps/cli/ImageFile.h"
 
 #include "apps/cli/EncodeImage.h"
-#include "apps/cli/SafeOutput.h"
 #include "apps/common/Errors.h"
 #include "apps/common/InputFile.h"
 #include "apps/common/ParamLookup.h"
 #include "apps/common/PictureAlpha.h"
+#include "apps/common/SafeFile.h"
 
 #include <OpenImageIO/imagebuf.h>
 #include <OpenImageIO/imagebufalgo.h>
@@ -35,22 +35,58 @@ std::string extensionOf(std::string const& path) {
     return ext;
 }
 
-// Spreads the file's channels into R G B A: grey goes to all three, a missing alpha is full.
-void toRGBA(std::vector<unsigned char> const& raw, int channels, int alpha, Picture& p) {
-    size_t cb = size_t(p.channelBytes());
-    int colour = std::min(channels - (alpha >= 0 ? 1 : 0), 3);
-    Picture full(1, 1, p.depth);
-    full.setChannel(0, 0, 1.0);
-    for (size_t i = 0, n = p.pixelCount(); i < n; ++i) {
-        unsigned char const* src = raw.data() + i * size_t(channels) * cb;
-        unsigned char* dst = p.bytes.data() + i * 4 * cb;
-        for (int c = 0; c < 3; ++c)
-            std::copy_n(src + size_t(colour == 3 ? c : 0) * cb, cb, dst + size_t(c) * cb);
-        if (alpha >= 0)
-            std::copy_n(src + size_t(alpha) * cb, cb, dst + 3 * cb);
-        else
-            std::copy_n(full.bytes.data(), cb, dst + 3 * cb);
+// The file's channels that make the picture: colour from the first three, or grey from the first
+// one; alpha where the library says, when that is one of the file's channels (GIF reports one
+// past the last), else the second of two or the fourth of four or more, else none.
+struct ChannelUse {
+    int colour = 3; // 3, or 1 for grey spread to R G B
+    int alpha = -1;
+};
+
+ChannelUse channelUse(OIIO::ImageSpec const& spec) {
+    ChannelUse use;
+    int const n = spec.nchannels;
+    use.alpha = spec.alpha_channel >= 0 && spec.alpha_channel < n ? spec.alpha_channel
+                : n == 2                                          ? 1
+                : n >= 4                                          ? 3
+                                                                  : -1;
+    use.colour = std::min(n - (use.alpha >= 0 ? 1 : 0), 3) == 3 ? 3 : 1;
+    return use;
+}
+
+// A full alpha, and grey or an alpha read into another place moved into R G B A.
+template <class T> void arrange(Picture& p, ChannelUse use, int alphaSlot, T full) {
+    T* px = reinterpret_cast<T*>(p.bytes.data());
+    for (size_t i = 0, n = p.pixelCount(); i < n; ++i, px += 4) {
+        px[3] = alphaSlot >= 0 ? px[alphaSlot] : full;
+        if (use.colour == 1) px[1] = px[2] = px[0];
     }
+}
+
+// Reads the channels used straight into the picture's places, in its type, so that no copy of
+// the file's own channels is ever held (an EXR may have many).
+bool readInto(OIIO::ImageInput& in, ChannelUse use, Picture& p) {
+    OIIO::TypeDesc const type = typeOf(p.depth);
+    auto const pixel = OIIO::stride_t(4 * p.channelBytes());
+    int const span = std::max(use.colour, use.alpha + 1);
+    int alphaSlot = use.alpha; // where alpha lands before it moves to slot 3
+    if (span <= 4) {
+        if (!in.read_image(0, 0, 0, span, type, p.bytes.data(), pixel)) return false;
+    } else {
+        if (!in.read_image(0, 0, 0, use.colour, type, p.bytes.data(), pixel) ||
+            !in.read_image(0, 0, use.alpha, use.alpha + 1, type,
+                           p.bytes.data() + 3 * p.channelBytes(), pixel))
+            return false;
+        alphaSlot = 3;
+    }
+    if (alphaSlot == 3 && use.colour == 3) return true;
+    if (p.depth == 8)
+        arrange<uint8_t>(p, use, alphaSlot, 255);
+    else if (p.depth == 16)
+        arrange<uint16_t>(p, use, alphaSlot, 65535);
+    else
+        arrange<float>(p, use, alphaSlot, 1.0f);
+    return true;
 }
 
 bool hasDisplayWindow(OIIO::ImageSpec const& spec) {
@@ -63,8 +99,6 @@ bool hasDisplayWindow(OIIO::ImageSpec const& spec) {
 // off, what the data window does not cover is transparent black.
 Picture displayWindow(Picture data, OIIO::ImageSpec const& spec) {
     if (!hasDisplayWindow(spec)) return data;
-    if (spec.full_width > 32768 || spec.full_height > 32768)
-        throw Failure("display window larger than 32768 pixels on a side");
     Picture full(spec.full_width, spec.full_height, data.depth);
     int x0 = std::max(spec.x, spec.full_x),
         x1 = std::min(spec.x + spec.width, spec.full_x + spec.full_width);
@@ -97,6 +131,11 @@ void keepSource(OIIO::ImageSpec& spec, OIIO::ImageSpec const& source, bool sameF
 } // namespace
 
 std::pair<int, int> pictureSize(std::string const& path) {
+    try { // a FIFO or a device is never opened: reading it would block, or never end
+        checkInputFile("input", path);
+    } catch (Failure const&) {
+        return {0, 0};
+    }
     auto in = OIIO::ImageInput::open(path);
     if (!in) return {0, 0};
     OIIO::ImageSpec const& spec = in->spec();
@@ -104,12 +143,22 @@ std::pair<int, int> pictureSize(std::string const& path) {
                                   : std::pair(spec.width, spec.height);
 }
 
+namespace {
+
+template <class T> bool alphaBelow(Picture const& p, double opaque) {
+    T const* px = reinterpret_cast<T const*>(p.bytes.data());
+    for (size_t i = 0, n = p.pixelCount(); i < n; ++i)
+        if (double(px[4 * i + 3]) < opaque) return true;
+    return false;
+}
+
+} // namespace
+
 bool hasTransparency(Picture const& picture) {
     // Float work leaves the last bit of an opaque alpha to rounding.
-    double const kOpaque = picture.depth == 32 ? 1.0 - 1e-5 : 1.0;
-    for (size_t i = 0, n = picture.pixelCount(); i < n; ++i)
-        if (picture.channel(i, 3) < kOpaque) return true;
-    return false;
+    return picture.depth == 8    ? alphaBelow<uint8_t>(picture, 255)
+           : picture.depth == 16 ? alphaBelow<uint16_t>(picture, 65535)
+                                 : alphaBelow<float>(picture, 1.0 - 1e-5);
 }
 
 namespace {
@@ -138,34 +187,29 @@ LoadedImage readImage(std::string const& path, int depth, unsigned long long max
     auto in = OIIO::ImageInput::open(path, &config);
     if (!in) throw Failure("cannot read " + inQuotes(path) + ": " + OIIO::geterror());
     OIIO::ImageSpec const& spec = in->spec();
-    if (spec.width <= 0 || spec.height <= 0 || spec.nchannels <= 0 || spec.depth > 1)
+    if (spec.width <= 0 || spec.height <= 0 || spec.nchannels <= 0 || spec.depth > 1 || spec.deep)
         throw Failure("cannot read " + inQuotes(path) + ": not a flat picture");
     if (spec.width > 32768 || spec.height > 32768)
         throw Failure("cannot read " + inQuotes(path) + ": larger than 32768 pixels on a side");
+    if (hasDisplayWindow(spec) && (spec.full_width > 32768 || spec.full_height > 32768))
+        throw Failure("cannot read " + inQuotes(path) +
+                      ": display window larger than 32768 pixels on a side");
     checkPixelCount(path, spec, maxPixels);
     try {
         LoadedImage out;
         FileLayout& l = out.layout;
+        ChannelUse const use = channelUse(spec);
         l.depth = depthOf(spec.format);
         l.half = spec.format == OIIO::TypeDesc::HALF;
-        l.hasAlpha = spec.alpha_channel >= 0 || spec.nchannels == 2 || spec.nchannels >= 4;
-        int alpha = spec.alpha_channel >= 0 ? spec.alpha_channel
-                    : spec.nchannels == 2   ? 1
-                    : spec.nchannels >= 4   ? 3
-                                            : -1;
+        l.hasAlpha = use.alpha >= 0;
         l.channels = l.hasAlpha ? 4 : 3;
         l.straight = l.hasAlpha && spec.get_int_attribute("oiio:UnassociatedAlpha", 0) != 0;
-
         l.source = std::make_shared<OIIO::ImageSpec const>(spec);
         l.format = in->format_name();
 
-        int work = depth ? depth : l.depth;
-        Picture data(spec.width, spec.height, work);
-        std::vector<unsigned char> raw(size_t(spec.width) * size_t(spec.height) *
-                                       size_t(spec.nchannels) * size_t(work / 8));
-        if (!in->read_image(0, 0, 0, spec.nchannels, typeOf(work), raw.data()))
+        Picture data(spec.width, spec.height, depth ? depth : l.depth);
+        if (!readInto(*in, use, data))
             throw Failure("cannot read " + inQuotes(path) + ": " + in->geterror());
-        toRGBA(raw, spec.nchannels, alpha, data);
         if (l.straight) premultiplyPicture(data);
         out.picture = displayWindow(std::move(data), spec);
         return out;
@@ -183,13 +227,12 @@ bool formatKeepsStraightAlpha(std::string const& path) {
     return false;
 }
 
-void writeImage(std::string const& path, Picture const& picture, FileLayout const& layout) {
+void writeImage(std::string const& path, Picture picture, FileLayout const& layout) {
     auto out = OIIO::ImageOutput::create(path);
     if (!out) throw Failure("cannot write " + inQuotes(path) + ": " + OIIO::geterror());
     int channels = layout.hasAlpha && out->supports("alpha") ? 4 : 3;
-    Picture pixels = picture;
     // Without alpha the premultiplied colour is the picture over black, as it should be.
-    if (channels == 4 && layout.straight) unpremultiplyPicture(pixels);
+    if (channels == 4 && layout.straight) unpremultiplyPicture(picture);
 
     OIIO::ImageSpec spec(picture.width, picture.height, channels,
                          layout.half ? OIIO::TypeDesc::HALF : typeOf(layout.depth));
@@ -198,17 +241,9 @@ void writeImage(std::string const& path, Picture const& picture, FileLayout cons
         spec.alpha_channel = 3;
         if (layout.straight) spec.attribute("oiio:UnassociatedAlpha", 1);
     }
-    std::vector<unsigned char> data;
-    size_t cb = size_t(pixels.channelBytes());
-    if (channels == 4) {
-        data = std::move(pixels.bytes);
-    } else {
-        data.resize(pixels.pixelCount() * 3 * cb);
-        for (size_t i = 0, n = pixels.pixelCount(); i < n; ++i)
-            std::copy_n(pixels.bytes.data() + i * 4 * cb, 3 * cb, data.data() + i * 3 * cb);
-    }
-
-    writeFileSafely(path, encodeImage(*out, path, spec, typeOf(picture.depth), data.data()));
+    // Three channels are taken from the four of each pixel by the library as it encodes.
+    writeFileSafely(path, encodeImage(*out, path, spec, typeOf(picture.depth), picture.bytes.data(),
+                                      4 * picture.channelBytes()));
 }
 
 Picture resizePicture(Picture const& picture, int width, int height) {

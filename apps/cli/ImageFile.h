@@ -50,7 +50,7 @@ bool hasTransparency(Picture const& picture);
 // source's display window and attributes when the picture has the size of that window, through a
 // temporary file in the same folder that is renamed at the end, so that a failure leaves no file.
 // Throws Failure naming the file.
-void writeImage(std::string const& path, Picture const& picture, FileLayout const& layout);
+void writeImage(std::string const& path, Picture picture, FileLayout const& layout);
 
 // The picture at another size, filtered; for proxy renders.
 Picture resizePicture(Picture const& picture, int width, int height);

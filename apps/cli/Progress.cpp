@@ -15,6 +15,12 @@ void Progress::finish() {
     m_stream = nullptr;
 }
 
+void Progress::clearLine() {
+    if (!m_stream) return;
+    std::fputs("\r\033[K", m_stream);
+    std::fflush(m_stream);
+}
+
 void Progress::frameDone(long frame) {
     ++m_done;
     if (!m_stream) return;

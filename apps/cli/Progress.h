@@ -11,6 +11,7 @@ class Progress {
     ~Progress();
     void frameDone(long frame); // `frame` is the one just completed
     void finish();              // ends the line, so that what follows starts on its own
+    void clearLine();           // empties the line for a message; the next frame shows it again
 
     // The line after `done` of `total` frames took `seconds`; for the terminal and for tests.
     static std::string line(long frame, long done, long total, double seconds);

@@ -90,7 +90,8 @@ void renderLoaded(EffectSession& session, Options const& o, LoadedImage img,
     request.argb = o.argb;
     Picture result = session.render(prepared(std::move(img.picture), o), request);
     if (o.showControls) session.drawControls(result, frame);
-    writeImage(output, result, outputLayout(img.layout, o, input, output, result));
+    FileLayout const layout = outputLayout(img.layout, o, input, output, result);
+    writeImage(output, std::move(result), layout);
 }
 
 // No output frame may be an input frame of the same run: by name, link or canonical path.
@@ -124,7 +125,7 @@ struct Tally {
     std::mutex lock;
     long written = 0, skipped = 0, failed = 0;
     bool stop = false;
-    std::string firstError;
+    std::vector<std::string> errors; // each failed frame's, so that the count matches the names
 
     std::string line() const {
         return std::to_string(written) + " written, " + std::to_string(skipped) + " skipped, " +
@@ -156,6 +157,7 @@ void renderSequence(Options const& o, std::vector<Setting> const& settings,
     std::atomic<size_t> next{0};
     auto report = [&](std::string const& text) {
         std::lock_guard<std::mutex> hold(tally.lock);
+        progress.clearLine(); // the next frame writes it again below
         err << "mirrel: " << text << "\n" << std::flush;
     };
     // Each worker drives its own plug-in instance; the core keeps no state between frames.
@@ -183,7 +185,7 @@ void renderSequence(Options const& o, std::vector<Setting> const& settings,
                 }
                 std::lock_guard<std::mutex> hold(tally.lock);
                 ++tally.failed, tally.stop = true;
-                if (tally.firstError.empty()) tally.firstError = e.what();
+                tally.errors.push_back(e.what());
                 return;
             }
             try {
@@ -191,7 +193,7 @@ void renderSequence(Options const& o, std::vector<Setting> const& settings,
             } catch (std::exception const& e) {
                 std::lock_guard<std::mutex> hold(tally.lock);
                 ++tally.failed, tally.stop = true;
-                if (tally.firstError.empty()) tally.firstError = e.what();
+                tally.errors.push_back(e.what());
                 return;
             }
             std::lock_guard<std::mutex> hold(tally.lock);
@@ -210,7 +212,7 @@ void renderSequence(Options const& o, std::vector<Setting> const& settings,
             } catch (std::exception const& e) { // the plug-in did not load
                 std::lock_guard<std::mutex> hold(tally.lock);
                 tally.stop = true;
-                if (tally.firstError.empty()) tally.firstError = e.what();
+                tally.errors.push_back(e.what());
             }
         });
     try {
@@ -218,12 +220,12 @@ void renderSequence(Options const& o, std::vector<Setting> const& settings,
     } catch (std::exception const& e) {
         std::lock_guard<std::mutex> hold(tally.lock);
         tally.stop = true;
-        if (tally.firstError.empty()) tally.firstError = e.what();
+        tally.errors.push_back(e.what());
     }
     for (std::thread& t : workers) t.join();
     progress.finish();
-    if (!tally.firstError.empty()) {
-        err << "mirrel: " << tally.firstError << "\n";
+    if (!tally.errors.empty()) {
+        for (std::string const& e : tally.errors) err << "mirrel: " << e << "\n";
         throw Failure(tally.line());
     }
     if (!o.quiet) err << "mirrel: " << tally.line() << "\n";

@@ -3,8 +3,10 @@
 #include "apps/common/Errors.h"
 #include "apps/common/InputFile.h"
 
+#include <cctype>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <set>
@@ -109,6 +111,12 @@ std::vector<Setting> presetSettings(std::vector<Param> const& params, std::strin
         size_t colon = column == std::string::npos ? column : what.find(": ", column);
         throw UsageError(at(e.byte ? e.byte - 1 : 0) + "not valid JSON: " +
                          (colon == std::string::npos ? what : what.substr(colon + 2)));
+    } catch (Json::out_of_range const&) { // a number beyond a double, such as 1e400
+        // The parser has read one character past the number.
+        size_t start = std::min(*consumed, text.size());
+        while (start > 0 && !std::isdigit(static_cast<unsigned char>(text[start - 1]))) --start;
+        while (start > 0 && std::strchr("0123456789+-.eE", text[start - 1])) --start;
+        throw UsageError(at(start) + "not valid JSON: a number too large for a double");
     }
     if (!doc.is_object()) throw UsageError(at(0) + "a preset is a JSON object from label to value");
     std::vector<Setting> out;

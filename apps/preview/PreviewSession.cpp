@@ -1,9 +1,9 @@
 #include "apps/preview/PreviewSession.h"
 
 #include "apps/common/Errors.h"
+#include "apps/common/SafeFile.h"
 #include "apps/preview/PreviewExport.h"
 #include "apps/preview/PreviewValues.h"
-#include "apps/preview/SafeWrite.h"
 
 #include <algorithm>
 #include <cmath>

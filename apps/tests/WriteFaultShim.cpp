@@ -1,7 +1,7 @@
 // Preloaded into the mirrel command by tests, to fail or hold its writes to regular files:
 //   MIRREL_FAULT_ENOSPC_AFTER=N  writes fail with ENOSPC once N bytes have gone to files
 //   MIRREL_FAULT_PAUSE=FILE      the first write to a file creates FILE, then waits 3 seconds
-//   MIRREL_FAULT_RANDOM=1        8-byte getrandom calls give bytes 0, then 1, 2, ... each
+//   MIRREL_FAULT_SLOW_FSYNC=MS   every fsync first waits MS milliseconds, as a slow disk does
 #include <cerrno>
 #include <cstdlib>
 #include <dlfcn.h>
@@ -19,7 +19,6 @@ bool isFile(int fd) {
 
 long g_written = 0;
 bool g_paused = false;
-unsigned char g_random = 0;
 
 } // namespace
 
@@ -44,12 +43,8 @@ extern "C" ssize_t write(int fd, void const* buf, size_t n) {
     return done;
 }
 
-extern "C" ssize_t getrandom(void* buf, size_t n, unsigned flags) {
-    if (n == 8 && std::getenv("MIRREL_FAULT_RANDOM")) {
-        auto* b = static_cast<unsigned char*>(buf);
-        for (size_t i = 0; i < n; ++i) b[i] = g_random;
-        ++g_random;
-        return ssize_t(n);
-    }
-    return syscall(SYS_getrandom, buf, n, flags);
+extern "C" int fsync(int fd) {
+    if (char const* ms = std::getenv("MIRREL_FAULT_SLOW_FSYNC"))
+        usleep(useconds_t(std::atol(ms)) * 1000);
+    return int(syscall(SYS_fsync, fd));
 }

@@ -139,6 +139,19 @@ TEST(Cli, ErrorsExitWithTheirStatusAndNameWhatIsWrong) {
     EXPECT_EQ(s.pixels("in.png"), before);
 }
 
+// Handles far outside the frame (as far as a double goes) are clipped before they become pixel
+// numbers: no endless loop, no overflow.
+TEST(Cli, ControlsFarOutsideTheFrameAreDrawnAtOnce) {
+    Scratch s;
+    writeImage(s("in.png"), sample(8, 320, 506), {});
+    for (char const* far : {"Height and Slant=0.5,4244038.818181818", "Baseline Start=0,1.7e308",
+                            "Baseline End=-1e300,-1e300"}) {
+        Outcome r = run("timeout 20 " MIRREL_BINARY " render " + s("in.png") + " -o " +
+                        s("out.png") + " --host motion --show-controls --set '" + far + "'");
+        EXPECT_EQ(r.status, 0) << far << "\n" << r.err;
+    }
+}
+
 TEST(Cli, ProgressLineAndDemo) {
     EXPECT_EQ(Progress::line(12, 3, 10, 1.5), "frame 12 (3 of 10)  2.0 fps  0:04 left");
     EXPECT_EQ(Progress::line(5, 1, 200, 2.0), "frame 5 (1 of 200)  0.5 fps  6:38 left");

@@ -49,19 +49,22 @@ TEST(CommandLine, MistakesAreUsageErrors) {
                             "render a.png b.png -o c.png", "demo --set Zoom=2", "params --frame 2"})
         EXPECT_NE(usageMessage([&] { parse(bad); }), "(no usage error)") << bad;
     for (char const* bad : {"--frames 1-", "--frames x", "--frames 1-2 --frame 1", "--frame two",
+                            "--frames 1-10x0", "--frames 1-10x-1", "--frames x-1", "--max-pixels 0",
                             "--host avid", "--depth 12", "--scale 0", "--field 3", "--json"})
         EXPECT_NE(usageMessage([&] { parse(std::string("render in.png -o x ") + bad); }),
                   "(no usage error)")
             << bad;
     EXPECT_TRUE(contains(usageMessage([&] { parse("render i -o x --depth 12"); }), "8, 16 or 32"));
+    EXPECT_LT(usageMessage([&] { parse("render i -o x --max-pixels 0"); }).size(), 100u);
 }
 
 TEST(CommandLine, FrameListsAndPatterns) {
-    for (auto const& [spec, frames] :
-         std::vector<std::pair<std::string, std::vector<int>>>{{"4", {4}},
-                                                               {"1-4", {1, 2, 3, 4}},
-                                                               {"1-9x3", {1, 4, 7}},
-                                                               {"1,5,9-11", {1, 5, 9, 10, 11}}})
+    for (auto const& [spec, frames] : std::vector<std::pair<std::string, std::vector<int>>>{
+             {"4", {4}},
+             {"1-4", {1, 2, 3, 4}},
+             {"1-9x3", {1, 4, 7}},
+             {"1-2000001x1000000", {1, 1000001, 2000001}},
+             {"1,5,9-11", {1, 5, 9, 10, 11}}})
         EXPECT_EQ(parseFrameList(spec), frames) << spec;
     for (auto const& [pattern, frame12] :
          std::vector<std::pair<std::string, std::string>>{{"shot.%04d.exr", "shot.0012.exr"},

@@ -85,6 +85,43 @@ TEST(ImageFile, DepthConversionGreyAndOpaqueFiles) {
     fs::remove(path), fs::remove(rgb);
 }
 
+long residentPeakKiB() {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.rfind("VmHWM:", 0) == 0) return std::stol(line.substr(6));
+    return -1;
+}
+
+// Files whose channels the library reports oddly: a GIF's alpha is said to be a fifth channel of
+// four (an opaque GIF read past its pixels and came out transparent); an EXR with many channels
+// takes only the memory of the picture, not of all its channels as float.
+TEST(ImageFile, OnlyTheChannelsUsedAreReadWhereTheyBelong) {
+    std::string gif = scratchPath("opaque.gif"), exr = scratchPath("many.exr");
+    Picture opaque = straightRamp(8);
+    for (size_t i = 0; i < opaque.pixelCount(); ++i) opaque.setChannel(i, 3, 1.0);
+    writeImage(gif, opaque, {.channels = 3, .hasAlpha = false});
+    LoadedImage g = readImage(gif, 0);
+    EXPECT_FALSE(hasTransparency(g.picture));
+    EXPECT_EQ(g.picture.bytes, opaque.bytes);
+
+    int const w = 2000, h = 2000, n = 12;
+    {
+        OIIO::ImageSpec spec(w, h, n, OIIO::TypeDesc::HALF);
+        spec.attribute("compression", "zip");
+        auto out = OIIO::ImageOutput::create(exr);
+        std::vector<uint16_t> zeros(size_t(w) * h * n);
+        ASSERT_TRUE(out && out->open(exr, spec) &&
+                    out->write_image(OIIO::TypeDesc::HALF, zeros.data()) && out->close());
+    }
+    std::ofstream("/proc/self/clear_refs") << "5"; // the peak starts again from here
+    long const before = residentPeakKiB();
+    LoadedImage e = readImage(exr, 0);
+    long const grown = residentPeakKiB() - before;
+    long const picture = long(e.picture.bytes.size() / 1024);
+    EXPECT_LT(grown, 2 * picture) << grown << " KiB for a picture of " << picture;
+    fs::remove(gif), fs::remove(exr);
+}
+
 // A missing file and a folder that does not exist are the command's tests.
 TEST(ImageFile, FailuresNameTheFileAndLeaveNothingBehind) {
     auto failure = [](auto f) -> std::string {
@@ -99,6 +136,16 @@ TEST(ImageFile, FailuresNameTheFileAndLeaveNothingBehind) {
     fs::create_directories(dir);
     std::ofstream(junk) << "not a picture";
     EXPECT_TRUE(contains(failure([&] { readImage(junk, 0); }), junk));
+    std::string const wide = dir + "/wide.exr"; // a display window too large to work on
+    OIIO::ImageSpec spec(2, 2, 4, OIIO::TypeDesc::HALF);
+    spec.full_width = 40000;
+    std::vector<uint16_t> zeros(16);
+    auto out = OIIO::ImageOutput::create(wide);
+    ASSERT_TRUE(out && out->open(wide, spec) &&
+                out->write_image(OIIO::TypeDesc::HALF, zeros.data()));
+    out->close();
+    EXPECT_TRUE(contains(failure([&] { readImage(wide, 0); }), wide));
+    fs::remove(wide);
     EXPECT_TRUE(contains(failure([&] { writeImage(odd, Picture(2, 2, 8), {}); }), odd));
     EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 1);
     fs::remove_all(dir);

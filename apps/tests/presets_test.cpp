@@ -39,7 +39,9 @@ TEST(Presets, MistakesNameTheFileLineAndColumnAndUnreadableFilesAreFailures) {
            "line 2, column 2: \"Zoom\": 2000 is outside the limits -1000 to 1000"},
           {"{\"Zom\": 2}", "closest: \"Zoom\""},
           {"[1, 2]", "JSON object"},
-          {"{\"Zoom\": [[1, 2, 3]]}", "[frame, value]"}}) {
+          {"{\"Zoom\": [[1, 2, 3]]}", "[frame, value]"},
+          {"{\"Zoom\":\n  1e400}", "line 2, column 3: not valid JSON"},
+          {"{\"\\u001b[2K\\rZoom\": 1}", "unknown parameter \"\\x1b[2K\\x0dZoom\""}}) {
         std::ofstream(path) << content;
         std::string msg = usageMessage([&] { loadPreset(d.params(), path); });
         EXPECT_TRUE(contains(msg, path) && contains(msg, message)) << msg;

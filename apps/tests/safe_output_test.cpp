@@ -1,6 +1,6 @@
 #include "CommandTestSupport.h"
 #include "apps/cli/ImageFile.h"
-#include "apps/cli/SafeOutput.h"
+#include "apps/common/SafeFile.h"
 
 #include <gtest/gtest.h>
 
@@ -53,49 +53,69 @@ TEST(SafeOutput, AFullDiskFailsNamingTheOutputAndKeepsTheEarlierFile) {
     }
 }
 
-TEST(SafeOutput, LinksAtTheTemporaryNamesAreLeftAlone) {
+// With several workers every frame that fails is named, as many as the count says.
+TEST(SafeOutput, AFullDiskDuringASequenceNamesEachFailedFrame) {
     Folder f;
-    std::ofstream(f("victim")) << "keep";
-    // With the shim's random bytes the k-th name tried is the prefix and eight times letter k.
-    std::string const letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
-    auto const tempName = [&](int k) {
-        return tempNamePrefix("o.png", 255) + std::string(8, letters[size_t(k % 62)]) + ".tmp";
-    };
-    for (int planted : {3, 62}) { // some names taken, then every name that is tried
-        for (int k = 0; k < planted; ++k) fs::create_symlink(f("victim"), f(tempName(k)));
-        auto [status, err] = run("MIRREL_FAULT_RANDOM=1 " + kFaulty + render(f, "o.png"));
-        EXPECT_EQ(status, planted == 3 ? 0 : 1) << err;
-        EXPECT_EQ(fs::exists(f("o.png")), planted == 3);
-        EXPECT_EQ(f.bytes("victim"), "keep");
-        for (int k = 0; k < planted; ++k) EXPECT_TRUE(fs::is_symlink(f(tempName(k)))) << k;
-        for (int k = 0; k < planted; ++k) fs::remove(f(tempName(k)));
-        fs::remove(f("o.png"));
+    for (int i = 1; i <= 4; ++i) fs::copy_file(f("in.png"), f("in" + std::to_string(i) + ".png"));
+    auto [status, err] = run("MIRREL_FAULT_ENOSPC_AFTER=0 " + kFaulty + MIRREL_BINARY " render " +
+                             f("in%d.png") + " -o " + f("out%d.png") + " --frames 1-4 --jobs 2");
+    EXPECT_EQ(status, 1);
+    size_t const at = err.find(" failed");
+    ASSERT_NE(at, std::string::npos) << err;
+    int named = 0;
+    for (int i = 1; i <= 4; ++i) named += contains(err, f("out" + std::to_string(i) + ".png"));
+    EXPECT_EQ(err.substr(err.rfind(' ', at - 1) + 1, at - err.rfind(' ', at - 1) - 1),
+              std::to_string(named))
+        << err;
+}
+
+// Names at the file-name limit still leave room for the temporary name; what is not a regular
+// file at the output's name (a FIFO someone reads) is refused, not replaced.
+TEST(SafeOutput, LongNamesAndOutputsThatAreNoFiles) {
+    Folder f;
+    EXPECT_EQ(tempNamePrefix(std::string(250, 'n'), 255).size() + 10, 255u);
+    EXPECT_EQ(run(render(f, std::string(240, 'n') + ".png")).status, 0);
+    ASSERT_EQ(mkfifo(f("fifo.png").c_str(), 0600), 0);
+    auto [status, err] = run("timeout 20 " + render(f, "fifo.png"));
+    EXPECT_EQ(status, 1);
+    EXPECT_TRUE(contains(err, f("fifo.png")) && contains(err, "not a regular file")) << err;
+    EXPECT_EQ(fs::status(f("fifo.png")).type(), fs::file_type::fifo);
+}
+
+// Starts the command with the write faults in `env` (NAME=VALUE...) and answers its process.
+pid_t start(std::vector<std::string> const& env, std::vector<std::string> args) {
+    pid_t const child = fork();
+    if (child == 0) {
+        for (std::string const& e : env) putenv(strdup(e.c_str()));
+        setenv("LD_PRELOAD", MIRREL_WRITE_FAULT, 1);
+        setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
+        std::vector<char*> argv = {const_cast<char*>("mirrel")};
+        for (std::string& a : args) argv.push_back(a.data());
+        argv.push_back(nullptr);
+        execv(MIRREL_BINARY, argv.data());
+        _exit(127);
     }
-    // Long names still leave room for the temporary name.
-    EXPECT_EQ(tempNamePrefix(std::string(250, 'n'), 255).size() + 12, 255u);
-    std::string const longName = std::string(240, 'n') + ".png";
-    EXPECT_EQ(run(render(f, longName)).status, 0);
+    return child;
+}
+
+int finish(pid_t child) {
+    int status = 0;
+    waitpid(child, &status, 0);
+    return status;
 }
 
 TEST(SafeOutput, SignalsDuringTheWriteLeaveNoTemporaryFile) {
     Folder f;
-    for (int sig : {SIGHUP, SIGTERM, SIGPIPE}) {
+    // A format encoded through a private folder (SGI) leaves none behind either.
+    for (auto [sig, out] : {std::pair{SIGHUP, "o.png"}, {SIGTERM, "o.sgi"}, {SIGPIPE, "o.png"}}) {
         std::string const marker = f("writing");
-        pid_t const child = fork();
-        if (child == 0) {
-            setenv("MIRREL_FAULT_PAUSE", marker.c_str(), 1);
-            setenv("LD_PRELOAD", MIRREL_WRITE_FAULT, 1);
-            setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
-            execl(MIRREL_BINARY, "mirrel", "render", f("in.png").c_str(), "-o", f("o.png").c_str(),
-                  static_cast<char*>(nullptr));
-            _exit(127);
-        }
+        pid_t const child = start({"MIRREL_FAULT_PAUSE=" + marker, "TMPDIR=" + f.dir.string()},
+                                  {"render", f("in.png"), "-o", f(out)});
         for (int i = 0; i < 200 && !fs::exists(marker); ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
         ASSERT_TRUE(fs::exists(marker)) << sig;
         kill(child, sig);
-        int status = 0;
-        waitpid(child, &status, 0);
+        int const status = finish(child);
         fs::remove(marker);
         // A closed pipe is only an error of a write to it: the file is finished.
         if (sig == SIGPIPE)
@@ -103,9 +123,25 @@ TEST(SafeOutput, SignalsDuringTheWriteLeaveNoTemporaryFile) {
         else
             EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == sig) << status;
         std::set<std::string> want = {"in.png"};
-        if (sig == SIGPIPE) want.insert("o.png");
+        if (sig == SIGPIPE) want.insert(out);
         EXPECT_EQ(f.names(), want) << sig;
-        fs::remove(f("o.png"));
+        fs::remove(f(out));
+    }
+    // Two workers each hold a temporary file while a slow disk syncs; a signal at any moment
+    // removes both.
+    for (int i = 1; i <= 6; ++i) fs::copy_file(f("in.png"), f("in" + std::to_string(i) + ".png"));
+    std::srand(unsigned(getpid()));
+    for (int sig : {SIGINT, SIGTERM, SIGINT, SIGTERM, SIGINT}) {
+        pid_t const child =
+            start({"MIRREL_FAULT_SLOW_FSYNC=300"}, {"render", f("in%d.png"), "-o", f("out%d.png"),
+                                                    "--frames", "1-6", "--jobs", "2", "--quiet"});
+        std::this_thread::sleep_for(std::chrono::milliseconds(300 + std::rand() % 1500));
+        kill(child, sig);
+        finish(child);
+        for (std::string const& name : f.names()) {
+            EXPECT_EQ(name.find(".tmp"), std::string::npos) << name << " after signal " << sig;
+            if (name.rfind("out", 0) == 0) fs::remove(f(name));
+        }
     }
 }
 

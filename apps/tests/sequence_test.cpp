@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <sys/stat.h>
 
 namespace {
 
@@ -50,6 +51,18 @@ TEST(Sequence, AMissingFrameStopsTheRunOrIsSkipped) {
         << r.err;
     EXPECT_TRUE(fs::exists(s("out4.png")));
     EXPECT_EQ(mirrel(run + " --skip-missing --quiet").err, "");
+
+    // A frame that is no file (a FIFO nothing writes to, a link to an endless device) is refused
+    // before it is opened, as a first frame too.
+    fs::remove(s("in1.png")), fs::remove(s("in2.png"));
+    ASSERT_EQ(mkfifo(s("in1.png").c_str(), 0600), 0);
+    fs::create_symlink("/dev/zero", s("in2.png"));
+    for (std::string skip : {"", " --skip-missing"}) {
+        r = ::run("timeout 20 " MIRREL_BINARY " " + run + skip);
+        EXPECT_EQ(r.status, skip.empty() ? 1 : 0) << r.err;
+        EXPECT_TRUE(contains(r.err, s("in1.png")) && contains(r.err, "not a regular file"))
+            << r.err;
+    }
 }
 
 TEST(Sequence, SeveralJobsWriteWhatOneJobWrites) {
