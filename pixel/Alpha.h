@@ -1,6 +1,7 @@
 #pragma once
 #include "host/PluginHost_API.h"
 #include "pixel/AlphaRows8.h"
+#include "pixel/BlendRows.h"
 #include "pixel/Traits.h"
 
 #include <array>
@@ -202,11 +203,21 @@ int BlendAlphaImagesPreMult(P, C, A, V, F, PluginHost_API*, float mix,
     }
     float const h = P::halfRoundPixel();
     float const keep = 1.0f - mix;
+    BlendRows const* rows = chosenBlendRows();
+    int const values = dst->width * 4;
     for (int y = 0; y < dst->height; ++y) {
         auto const* s = reinterpret_cast<C const*>(src->row(y));
         auto* d = reinterpret_cast<C*>(dst->row(y));
-        for (int i = 0; i < dst->width * 4; ++i)
-            d[i] = C(float(s[i]) * mix + float(d[i]) * keep + h);
+        int i = 0;
+        if (rows) {
+            if constexpr (std::is_same_v<C, unsigned char>)
+                i = rows->u8(s, d, values, mix, keep, h);
+            else if constexpr (std::is_same_v<C, unsigned short>)
+                i = rows->u16(s, d, values, mix, keep, h);
+            else if constexpr (std::is_same_v<C, float>)
+                i = rows->f32(s, d, values, mix, keep, h);
+        }
+        for (; i < values; ++i) d[i] = C(float(s[i]) * mix + float(d[i]) * keep + h);
     }
     return 0;
 }

@@ -1,9 +1,12 @@
 #include "pixel/Alpha.h"
+#include "pixel/BlendRows.h"
 #include "support/MemoryHost.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstring>
+#include <limits>
 #include <vector>
 
 namespace {
@@ -168,6 +171,42 @@ TEST(Alpha, PremultiplyEqualsTheMultiplyForEveryColour) {
     std::vector<int> const some16 = {0, 1, 2, 255, 257, 12345, 32767, 32768, 54321, 65534, 65535};
     EXPECT_EQ(premultMismatches<PIXEL_RGBA16>(RF_RGBA16, some16), 0);
     EXPECT_EQ(premultMismatches<PIXEL_ARGB16>(RF_ARGB16, some16), 0);
+}
+
+// The wide cross-fade gives the bits of the scalar formula: every pair of 8-bit values, a spread
+// of 16-bit ones, floats with -0, infinities and NaN, at the mixes of a running average and
+// others; the tail past the last whole group is left to the caller.
+template <class C>
+void expectBlendRowEqual(int (*wide)(C const*, C*, int, float, float, float),
+                         std::vector<C> const& s, std::vector<C> const& d0, float h) {
+    for (float mix : {1.0f / 2, 1.0f / 3, 1.0f / 7, 1.0f / 8, 0.3f, 0.999f}) {
+        float const keep = 1.0f - mix;
+        std::vector<C> d = d0, want = d0;
+        int const done = wide(s.data(), d.data(), int(d.size()), mix, keep, h);
+        EXPECT_EQ(done, int(d.size()) / 8 * 8);
+        for (int i = 0; i < done; ++i) want[i] = C(float(s[i]) * mix + float(want[i]) * keep + h);
+        EXPECT_EQ(std::memcmp(d.data(), want.data(), d.size() * sizeof(C)), 0) << "mix " << mix;
+    }
+}
+
+TEST(Alpha, WideCrossFadeEqualsTheScalarFormula) {
+    BlendRows const* rows = blendRowsAvx2();
+    if (!rows) GTEST_SKIP() << "no AVX2 on this processor";
+    std::vector<unsigned char> s8, d8;
+    for (int i = 0; i < 65536 + 5; ++i)
+        s8.push_back((unsigned char)i), d8.push_back((unsigned char)(i >> 8));
+    expectBlendRowEqual(rows->u8, s8, d8, 0.5f);
+    std::vector<unsigned short> s16, d16;
+    for (int i = 0; i < 4099; ++i)
+        s16.push_back((unsigned short)(i * 16411)), d16.push_back((unsigned short)(65535 - i * 13));
+    expectBlendRowEqual(rows->u16, s16, d16, 0.5f);
+    float const inf = std::numeric_limits<float>::infinity(),
+                nan = std::numeric_limits<float>::quiet_NaN();
+    std::vector<float> const s32 = {-0.0f, 0.0f,  1.0f,   inf,   -inf, nan,
+                                    0.25f, 3e38f, 1e-40f, -0.0f, 0.7f},
+                             d32 = {-0.0f, -0.0f, inf,     1.0f, inf,  0.5f,
+                                    nan,   3e38f, -1e-40f, 0.0f, -2.0f};
+    expectBlendRowEqual(rows->f32, s32, d32, 0.0f);
 }
 
 } // namespace
