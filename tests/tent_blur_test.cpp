@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -93,6 +95,57 @@ TEST(TentBlur, ProgressivePassRampsTheRadiusOverTheRows) {
                 << "mode " << mode << " row " << y;
         }
     }
+}
+
+// The column pass over whole rows and the vector kernels give the bits of the portable loop one
+// line at a time: each channel type (float noise holds NaN and infinities), columns across a
+// tile edge, radii up to the limit, rows walked upwards, and the alpha-only pass.
+template <class C> std::vector<unsigned char> bitsOf(MemoryImage& m) {
+    std::vector<unsigned char> b = m.bytes();
+    if constexpr (std::is_same_v<C, float>) // which NaN comes out is the compiler's choice
+        for (std::size_t i = 0; i + 4 <= b.size(); i += 4) {
+            float v;
+            std::memcpy(&v, &b[i], 4);
+            if (v != v) std::memset(&b[i], 0xff, 4);
+        }
+    return b;
+}
+
+template <class C> void expectTentFormsEqual(PluginRasterFormat format) {
+    using namespace blur_detail;
+    TentKernels<C> const* wide = tentKernelsAvx2<C>();
+    int const w = 300, h = 37;
+    for (int radius : {1, 4, 40}) {
+        int const r = limitTentRadius(radius, h);
+        MemoryImage src(format, w, h, Rows::BottomUp), want(format, w, h, Rows::BottomUp),
+            got(format, w, h, Rows::BottomUp), alphaWant(format, w, h, Rows::BottomUp);
+        src.fillBytes(unsigned(radius));
+        auto px = [](MemoryImage& m, int x, int y) { return m.pixel<unsigned char>(x, y); };
+        std::ptrdiff_t const down = src.info.rowBytes, along = 4 * sizeof(C);
+        for (int x = 0; x < w; ++x) {
+            tentLine<C, 4>(px(src, x, 0), down, px(want, x, 0), down, h, r, 0, nullptr);
+            tentLine<C, 1>(px(src, x, 0), down, px(alphaWant, x, 0), down, h, r, 3, nullptr);
+        }
+        for (auto kernels : {(TentKernels<C> const*)nullptr, wide}) {
+            tentColumns<C, 4>(src.info, got.info, r, 0, kernels);
+            EXPECT_EQ(bitsOf<C>(got), bitsOf<C>(want)) << "columns, radius " << r;
+        }
+        MemoryImage alphaGot(format, w, h, Rows::BottomUp);
+        tentColumns<C, 1>(src.info, alphaGot.info, r, 3);
+        EXPECT_EQ(bitsOf<C>(alphaGot), bitsOf<C>(alphaWant)) << "alpha columns, radius " << r;
+        if (!wide) continue;
+        for (int y = 0; y < h; ++y) {
+            tentLine<C, 4>(px(src, 0, y), along, px(want, 0, y), along, w, radius, 0, nullptr);
+            tentLine<C, 4>(px(src, 0, y), along, px(got, 0, y), along, w, radius, 0, wide);
+        }
+        EXPECT_EQ(bitsOf<C>(got), bitsOf<C>(want)) << "rows, radius " << radius;
+    }
+}
+
+TEST(TentBlur, RowWiseAndVectorFormsEqualThePortableLine) {
+    expectTentFormsEqual<unsigned char>(RF_RGBA8);
+    expectTentFormsEqual<unsigned short>(RF_RGBA16);
+    expectTentFormsEqual<float>(RF_RGBA32);
 }
 
 TEST(Gauss1, SmoothsWithClampedBorders) {
