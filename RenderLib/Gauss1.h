@@ -2,6 +2,8 @@
 #include "host/PluginHost_API.h"
 #include "pixel/Traits.h"
 
+#include <climits>
+#include <cstddef>
 #include <cstring>
 #include <type_traits>
 
@@ -13,8 +15,10 @@ namespace blur_detail {
 
 template <class C, int N> int smooth3x3(PluginHost_API* host, C* pixels, int width, int height) {
     static int const _weights[9] = {1, 2, 1, 2, 4, 2, 1, 2, 1};
-    int const bytes = width * height * N * int(sizeof(C));
-    void* handle = host->allocMemory(bytes);
+    // The host counts bytes in an int: a larger image is memory that cannot be had.
+    std::size_t const bytes = std::size_t(width) * std::size_t(height) * N * sizeof(C);
+    if (bytes > std::size_t(INT_MAX)) return 1;
+    void* handle = host->allocMemory(int(bytes));
     if (!handle) return 1;
     C* copy = static_cast<C*>(host->lockMemory(handle));
     if (!copy) {
@@ -22,8 +26,8 @@ template <class C, int N> int smooth3x3(PluginHost_API* host, C* pixels, int wid
         host->deallocMemory(handle);
         return 1;
     }
-    std::memcpy(copy, pixels, std::size_t(bytes));
-    int const stride = width * N;
+    std::memcpy(copy, pixels, bytes);
+    std::ptrdiff_t const stride = std::ptrdiff_t(width) * N;
 
     auto store = [&](C* out, auto const& tap) {
         for (int c = 0; c < N; ++c) {

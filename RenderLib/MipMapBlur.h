@@ -8,6 +8,8 @@
 #include "pixel/Traits.h"
 
 #include <algorithm>
+#include <climits>
+#include <cstddef>
 #include <cstring>
 #include <type_traits>
 
@@ -61,8 +63,10 @@ struct HostBlocks {
     HostBlocks(HostBlocks const&) = delete;
     HostBlocks& operator=(HostBlocks const&) = delete;
     // A locked block of the given size, or null.
-    void* take(int bytes) {
-        void* handle = host->allocMemory(bytes);
+    void* take(std::size_t bytes) {
+        // The host counts bytes in an int: more is memory that cannot be had.
+        if (bytes > std::size_t(INT_MAX)) return nullptr;
+        void* handle = host->allocMemory(int(bytes));
         if (!handle) return nullptr;
         handles[count++] = handle;
         return host->lockMemory(handle);
@@ -81,7 +85,8 @@ template <class C, int N> struct MipLevel {
     std::ptrdiff_t rowBytes = 0;
     int width = 0, height = 0, shift = 0;
     C const* at(int x, int y) const {
-        return reinterpret_cast<C const*>(data + y * rowBytes) + std::ptrdiff_t(x) * N;
+        return reinterpret_cast<C const*>(data + std::ptrdiff_t(y) * rowBytes) +
+               std::ptrdiff_t(x) * N;
     }
 };
 
@@ -143,7 +148,8 @@ int mipMapBlur(PluginHost_API* host, TX_Line2D& line, float radius, PluginRaster
             lv.height = k == 1 ? height : (src.height + 1) >> 1;
             lv.shift = k == 1 ? 0 : k - 1;
             lv.rowBytes = std::ptrdiff_t(lv.width) * N * sizeof(C);
-            lv.data = static_cast<unsigned char*>(blocks.take(int(lv.rowBytes * lv.height)));
+            lv.data = static_cast<unsigned char*>(
+                blocks.take(std::size_t(lv.rowBytes) * std::size_t(lv.height)));
             if (!lv.data) return 1;
             if (k == 1) {
                 for (int y = 0; y < height; ++y)

@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <limits>
 #include <type_traits>
 #include <vector>
 
@@ -17,9 +19,10 @@
 
 namespace blur_detail {
 
-// The kernel must stay inside the line: 2r + 2 has to be below the length.
+// The kernel must stay inside the line: 2r + 2 has to be below the length (worked in 64 bits,
+// for a saturated radius).
 inline int limitTentRadius(int radius, int length) {
-    if (2 * radius + 2 >= length) radius = (length >> 1) - 2;
+    if (2 * std::int64_t(radius) + 2 >= length) radius = (length >> 1) - 2;
     return radius;
 }
 
@@ -68,7 +71,7 @@ void tentLine(unsigned char const* src, std::ptrdiff_t srcStep, unsigned char* d
     if constexpr (N == 4) {
         if (kernels && first == 0) return kernels->line(src, srcStep, dst, dstStep, length, r);
     }
-    double const recip = 1.0 / double((r + 1) * (r + 1));
+    double const recip = 1.0 / (double(r + 1) * double(r + 1));
     double S[N], D[N], p0[N], pEnd[N];
     for (int c = 0; c < N; ++c) {
         p0[c] = in(0, c);
@@ -138,8 +141,12 @@ inline int passLineRadius(int radius, int n, int lines, bool progressive, int mo
     if (mode == 3) {
         t = t * t;
     } else if (mode == 4) {
+        // The inverted test is kept; at the last line t * t is 0, whose reciprocal is infinite,
+        // so the radius saturates and the limit holds it to the line.
         float const tt = t * t;
-        t = std::fabs(tt) <= 1e-5 ? 1.0f / tt : 0.0f;
+        t = std::fabs(tt) <= 1e-5
+                ? (tt == 0.0f ? std::numeric_limits<float>::infinity() : 1.0f / tt)
+                : 0.0f;
     }
     return truncToInt(t * float(radius));
 }
@@ -151,7 +158,7 @@ template <class C, int N>
 void tentColumns(PluginRasterInfo& src, PluginRasterInfo& dst, int r, int first,
                  TentKernels<C> const* kernels = kernelsFor<C>()) {
     int const width = dst.width, height = dst.height;
-    double const recip = 1.0 / double((r + 1) * (r + 1));
+    double const recip = 1.0 / (double(r + 1) * double(r + 1));
     constexpr int kTile = 256; // pixels: the sums of a tile stay in the first-level cache
     double S[kTile * N], D[kTile * N];
     if (N != 4 || first != 0) kernels = nullptr;
@@ -235,21 +242,22 @@ int tentPass(PluginRasterInfo& src, PluginRasterInfo& dst, int radius, bool vert
 }
 
 // The horizontal pass of all channels in place, for when the vertical pass after it would copy
-// every row back unchanged: each row it changes goes through one line of scratch, and the
-// rows it copies are not touched at all.
+// every row back unchanged: each row it changes goes through the first row of `scratch` (a
+// raster of the picture's size, as the two passes would take), and the rows it copies are not
+// touched at all.
 template <class C>
-void tentRowsInPlace(PluginRasterInfo& raster, int radius, bool progressive, int mode) {
+void tentRowsInPlace(PluginRasterInfo& raster, PluginRasterInfo& scratch, int radius,
+                     bool progressive, int mode) {
     int const width = raster.width, height = raster.height;
     radius = limitTentRadius(radius, width);
     if (passCopies(radius, false, mode)) return;
     std::size_t const rowBytes = std::size_t(width) * raster.pixelBytes;
-    std::vector<unsigned char> line(rowBytes);
+    unsigned char* line = scratch.row(0);
     for (int n = 0; n < height; ++n) {
         int const r = passLineRadius(radius, n, height, progressive, mode);
         if (progressive && r == 0) continue;
-        std::memcpy(line.data(), raster.row(n), rowBytes);
-        tentLine<C, 4>(line.data(), raster.pixelBytes, raster.row(n), raster.pixelBytes, width, r,
-                       0);
+        std::memcpy(line, raster.row(n), rowBytes);
+        tentLine<C, 4>(line, raster.pixelBytes, raster.row(n), raster.pixelBytes, width, r, 0);
     }
 }
 

@@ -53,7 +53,7 @@ MIRREL_AVX2_INLINE void emitAdvance(unsigned char* dst, std::ptrdiff_t dstStep, 
 template <class C>
 MIRREL_AVX2 void line(unsigned char const* src, std::ptrdiff_t srcStep, unsigned char* dst,
                       std::ptrdiff_t dstStep, int length, int r) {
-    __m256d const recip = _mm256_set1_pd(1.0 / double((r + 1) * (r + 1)));
+    __m256d const recip = _mm256_set1_pd(1.0 / (double(r + 1) * double(r + 1)));
     __m256d const p0 = at<C>(src, srcStep, 0), pEnd = at<C>(src, srcStep, length - 1);
     __m256d S = _mm256_mul_pd(_mm256_set1_pd(double(r + 1)), p0);
     for (int k = 1; k <= r; ++k)
