@@ -47,6 +47,22 @@ template <class C> inline C lerpChannel(C a, C b, float f) {
         return C(saturatingCast(float(a) + float(int(b) - int(a)) * f));
 }
 
+// The same two for a weight in [0, 1], as the pyramid's are: no product leaves the channel's
+// range, so the plain truncation is the saturating one.
+template <class C> inline C lerpUnit(C a, C b, float f) {
+    if constexpr (std::is_floating_point_v<C>)
+        return a + (b - a) * f;
+    else
+        return C(int(float(a) + float(int(b) - int(a)) * f));
+}
+
+template <class C> inline C scaleUnit(C v, float f) {
+    if constexpr (std::is_floating_point_v<C>)
+        return v * f;
+    else
+        return C(int(float(v) * f));
+}
+
 template <class C> inline C scaleChannel(C v, float f) {
     if constexpr (std::is_floating_point_v<C>)
         return v * f;
@@ -106,9 +122,9 @@ template <class C, int N> void sampleLevel(MipLevel<C, N> const& lv, int x, int 
     int const jy = iy == lv.height - 1 ? iy : iy + 1;
     C const *tl = lv.at(ix, iy), *tr = lv.at(jx, iy), *bl = lv.at(ix, jy), *br = lv.at(jx, jy);
     for (int c = 0; c < N; ++c) {
-        C const top = lerpChannel(tl[c], tr[c], fx);
-        C const bottom = lerpChannel(bl[c], br[c], fx);
-        out[c] = lerpChannel(top, bottom, fy);
+        C const top = lerpUnit(tl[c], tr[c], fx);
+        C const bottom = lerpUnit(bl[c], br[c], fx);
+        out[c] = lerpUnit(top, bottom, fy);
     }
 }
 
@@ -211,12 +227,16 @@ int mipMapBlur(PluginHost_API* host, TX_Line2D& line, float radius, PluginRaster
                     if (lvl < L - 1) {
                         C next[N];
                         sampleLevel(level[lvl + 1], x, y, next);
-                        for (int ch = 0; ch < N; ++ch) c[ch] = lerpChannel(c[ch], next[ch], f);
+                        for (int ch = 0; ch < N; ++ch) c[ch] = lerpUnit(c[ch], next[ch], f);
                     } else {
-                        for (int ch = 0; ch < N; ++ch) c[ch] = scaleChannel(c[ch], 1.0f - f);
+                        for (int ch = 0; ch < N; ++ch) c[ch] = scaleUnit(c[ch], 1.0f - f);
                     }
                 }
-                for (int ch = 0; ch < N; ++ch) px[ch] = scaleChannel(c[ch], a);
+                // a is alpha over its full scale: in [0, 1] where alpha lies in its range.
+                if (a >= 0.0f && a <= 1.0f)
+                    for (int ch = 0; ch < N; ++ch) px[ch] = scaleUnit(c[ch], a);
+                else
+                    for (int ch = 0; ch < N; ++ch) px[ch] = scaleChannel(c[ch], a);
                 px += N;
             }
         }
