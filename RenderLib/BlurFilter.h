@@ -42,6 +42,23 @@ template <class C> inline C blendChannel(C a, float fa, C b, float fb) {
         return C(int(float(a) * fa + float(b) * fb + 0.5f));
 }
 
+// Every channel value finite, below 2^100 in size, and no zero negative (float pictures).
+template <class C> bool meanOfAnyIsFiniteAndKeepsSigns(PluginRasterInfo const& raster) {
+    if constexpr (!std::is_floating_point_v<C>) {
+        return false;
+    } else {
+        C const limit = C(1267650600228229401496703205376.0); // 2^100
+        for (int y = 0; y < raster.height; ++y) {
+            C const* row = reinterpret_cast<C const*>(raster.row(y));
+            bool ok = true;
+            for (int i = 0; i < raster.width * 4; ++i)
+                ok &= std::fabs(row[i]) < limit && !(row[i] == C(0) && std::signbit(row[i]));
+            if (!ok) return false;
+        }
+        return true;
+    }
+}
+
 } // namespace blur_detail
 
 // Horizontal then vertical tent at the truncated radius; the vertical radius is radius times
@@ -107,6 +124,13 @@ int BlurFilter_RGBA(P p, C c, A a, V v, F f, PluginHost_API* host, PluginRasterI
     try {
         blur_detail::ScratchRaster scratch(host, raster.width, raster.height, raster.format);
         if (!scratch.valid()) return 1;
+        // Radius 0 in float: the blur of 0 is the picture s, and each channel comes out as
+        // d * 0 + s, d being the radius-1 blur. That is s wherever d is finite and s is not -0;
+        // d, a weighted mean of the picture, is finite when every value is finite and below
+        // 2^100 in size. Such a picture is left as it is, without the blurs and the blend.
+        if (std::is_floating_point_v<C> && !alphaOnly && r0 == 0 && frac == 0.0f &&
+            blur_detail::meanOfAnyIsFiniteAndKeepsSigns<C>(raster))
+            return 0;
         std::size_t const rowCopy =
             std::size_t(std::min(std::abs(raster.rowBytes), std::abs(scratch.info.rowBytes)));
         for (int y = 0; y < raster.height; ++y)

@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <type_traits>
 #include <vector>
 
@@ -265,6 +266,35 @@ TEST(BlurFilter, FaultyRadiiAndMissingScratchLeaveThePicture) {
     TentBlurPass_RGBA(PIXEL_VALUES(PIXEL_RGBA8), nullptr, src.info, dst.info, 10, false, true, 4);
     EXPECT_EQ(pixels<unsigned char>(dst, -1, 10),
               lineTent<PIXEL_RGBA8>(pixels<unsigned char>(src, -1, 10), 13));
+}
+
+// A float picture at radius 0 comes out as d * 0 + s, d its radius-1 blur: s itself when the
+// blur is left out for a finite picture, and the blend's NaN, +0 and infinities otherwise.
+TEST(BlurFilter, FloatRadiusZeroIsTheBlendOfTheRadiusOneBlur) {
+    float const inf = std::numeric_limits<float>::infinity();
+    for (float odd : {0.25f, -0.0f, inf, std::nanf(""), 3e38f, -1e31f}) {
+        MemoryImage img(RF_RGBA32, 23, 9), blurred(RF_RGBA32, 23, 9);
+        for (int y = 0; y < 9; ++y)
+            for (int x = 0; x < 23; ++x)
+                for (int c = 0; c < 4; ++c) img.pixel<float>(x, y)[c] = float(x * 3 - y * c) * 0.1f;
+        img.pixel<float>(11, 4)[1] = odd;
+        std::vector<float> want(img.info.width * img.info.height * 4);
+        blurred.storage = img.storage;
+        MemoryHost host(&img, &img);
+        Internal_BlurFilter_RGBA(PIXEL_VALUES(PIXEL_RGBA32), &host, blurred.info, 1.0, 1.0, false,
+                                 0, false);
+        for (int i = 0; i < 23 * 9 * 4; ++i) {
+            int const x = i / 4 % 23, y = i / 4 / 23;
+            want[i] = blurred.pixel<float>(x, y)[i % 4] * 0.0f + img.pixel<float>(x, y)[i % 4];
+        }
+        ASSERT_EQ(
+            BlurFilter_RGBA(PIXEL_VALUES(PIXEL_RGBA32), &host, img.info, 0.0, 1.0, false, 0, false),
+            0);
+        MemoryImage wantImage(RF_RGBA32, 23, 9);
+        for (int i = 0; i < 23 * 9 * 4; ++i)
+            wantImage.pixel<float>(i / 4 % 23, i / 4 / 23)[i % 4] = want[i];
+        EXPECT_EQ(bitsOf<float>(img), bitsOf<float>(wantImage)) << odd;
+    }
 }
 
 // The fade's vector row scaling against the scalar channel scaling, for every 8- and 16-bit
