@@ -2,6 +2,7 @@
 #include "host/PluginHost_API.h"
 #include "pixel/AlphaRows8.h"
 #include "pixel/BlendRows.h"
+#include "pixel/StraightRows.h"
 #include "pixel/Traits.h"
 
 #include <array>
@@ -167,7 +168,7 @@ int UnPremult(P, C, A, V, F, PluginHost_API* host, PluginRaster_API* raster) {
             for (; x < info.width; ++x) straighten(px + 4 * x);
         }
     } else {
-        alpha_detail::forEachPixel<P>(info, [](C* px) {
+        auto straighten = [](C* px) {
             V a = V(px[P::ALPHA]);
             if (!(a > 0)) return; // alpha 0 keeps its colour
             for (int i = P::FIRST_COLOR; i < P::FIRST_COLOR + 3; ++i) {
@@ -176,7 +177,19 @@ int UnPremult(P, C, A, V, F, PluginHost_API* host, PluginRaster_API* raster) {
                 else
                     px[i] = C(P::clamp_overflow(float(px[i]) * 65535.0f / a));
             }
-        });
+        };
+        StraightRows const* rows = chosenStraightRows(P::ALPHA);
+        for (int y = 0; y < info.height; ++y) {
+            auto* px = reinterpret_cast<C*>(info.row(y));
+            int x = 0;
+            if (rows) {
+                if constexpr (P::is32Bit())
+                    x = rows->f32(px, info.width);
+                else
+                    x = rows->u16(px, info.width);
+            }
+            for (; x < info.width; ++x) straighten(px + 4 * x);
+        }
     }
     return 0;
 }
