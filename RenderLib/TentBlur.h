@@ -161,7 +161,8 @@ void tentColumns(PluginRasterInfo& src, PluginRasterInfo& dst, int r, int first,
     double const recip = 1.0 / (double(r + 1) * double(r + 1));
     constexpr int kTile = 256; // pixels: the sums of a tile stay in the first-level cache
     double S[kTile * N], D[kTile * N];
-    if (N != 4 || first != 0) kernels = nullptr;
+    if (N == 4 && first != 0) kernels = nullptr;
+    C gathered[3][N == 1 ? kTile : 1], stepped[N == 1 ? kTile : 1]; // one channel, packed
     auto rowOf = [](PluginRasterInfo& r, int y) { return reinterpret_cast<C*>(r.row(y)); };
     for (int x0 = 0; x0 < width; x0 += kTile) {
         int const values = std::min(kTile, width - x0) * N;
@@ -189,9 +190,18 @@ void tentColumns(PluginRasterInfo& src, PluginRasterInfo& dst, int r, int first,
             C const* L = rowOf(src, std::max(i - r, 0));
             C const* R = rowOf(src, std::min(i + r + 2, height - 1));
             C const* M = rowOf(src, i + 1);
-            if (kernels) {
+            if (kernels && N == 4) {
                 std::ptrdiff_t const o = std::ptrdiff_t(x0) * 4;
                 kernels->step(L + o, R + o, M + o, out + o, S, D, values, recip);
+                continue;
+            }
+            if (kernels) { // one channel: packed for the kernel and back
+                for (int v = 0; v < values; ++v) {
+                    std::ptrdiff_t const a = at(v);
+                    gathered[0][v] = L[a], gathered[1][v] = R[a], gathered[2][v] = M[a];
+                }
+                kernels->step(gathered[0], gathered[1], gathered[2], stepped, S, D, values, recip);
+                for (int v = 0; v < values; ++v) out[at(v)] = stepped[v];
                 continue;
             }
             for (int v = 0; v < values; ++v) {
