@@ -3,8 +3,9 @@
 # ffmpeg's own flat reflection chain, single-threaded, the cost of making the frames (a run
 # through the null filter) taken off. The looks' filter_params come from the plug-in's own
 # mapping (mirrel_frei0r_look). Runs are interleaved and the least CPU of each kept; the table
-# is sorted by ratio, the worst last.
-#   bench/ffmpeg_looks.sh [build dir] [frames] [rounds]
+# is sorted by ratio, the worst last. With BEFORE set to the frei0r-1 folder of another build
+# (an earlier commit), its plug-in runs the same looks in the same rounds, in a column of its own.
+#   [BEFORE=dir] bench/ffmpeg_looks.sh [build dir] [frames] [rounds]
 set -eu
 build=${1:-build}
 frames=${2:-20}
@@ -35,8 +36,9 @@ params() {
     }
 }
 
+before=${BEFORE:-}
 cpu() {
-    FREI0R_PATH=$module_dir ffmpeg -hide_banner -nostdin -benchmark -threads 1 \
+    FREI0R_PATH=${modules:-$module_dir} ffmpeg -hide_banner -nostdin -benchmark -threads 1 \
         -filter_threads 1 -filter_complex_threads 1 -f lavfi -i "$source" -frames:v "$frames" \
         -vf "$1" -f null - 2>&1 |
         sed -n 's/.*utime=\([0-9.]*\)s stime=\([0-9.]*\)s.*/\1 \2/p' | awk '{print $1 + $2}'
@@ -59,6 +61,11 @@ while [ $i -lt "$rounds" ]; do
         t=$(cpu "$vf")
         old=$(cat "$tmp/$f.cpu" 2>/dev/null || true)
         min "$old" "$t" >"$tmp/$f.cpu"
+        if [ -n "$before" ] && [ -f "$tmp/$f.vf" ]; then
+            t=$(modules=$before cpu "$vf")
+            old=$(cat "$tmp/$f.before" 2>/dev/null || true)
+            min "$old" "$t" >"$tmp/$f.before"
+        fi
     done
     i=$((i + 1))
 done
@@ -66,8 +73,13 @@ n=$(cat "$tmp/null.cpu") c=$(cat "$tmp/chain.cpu")
 awk -v n="$n" -v c="$c" -v f="$frames" 'BEGIN {
     printf "null (making the frames): %.1f ms/frame\n", 1000 * n / f
     printf "ffmpeg reflection chain:  %.1f ms/frame beyond that\n", 1000 * (c - n) / f
-    printf "%-16s %10s %9s\n", "look", "ms/frame", "x chain" }'
+    printf "%-16s %10s %9s", "look", "ms/frame", "x chain" }'
+[ -n "$before" ] && printf ' %16s %14s' "before ms/frame" "before x chain"
+echo
 for name in $(printf '%s\n' "$looks" | cut -d'|' -f1); do
     awk -v name="$name" -v p="$(cat "$tmp/$name.cpu")" -v n="$n" -v c="$c" -v f="$frames" \
-        'BEGIN { printf "%-16s %10.1f %9.2f\n", name, 1000 * (p - n) / f, (p - n) / (c - n) }'
+        -v b="$(cat "$tmp/$name.before" 2>/dev/null || true)" 'BEGIN {
+        printf "%-16s %10.1f %9.2f", name, 1000 * (p - n) / f, (p - n) / (c - n)
+        if (b != "") printf " %16.1f %14.2f", 1000 * (b - n) / f, (b - n) / (c - n)
+        printf "\n" }'
 done | sort -k3 -n
