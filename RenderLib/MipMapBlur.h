@@ -107,7 +107,8 @@ template <class C, int N> struct MipLevel {
 };
 
 // Bilinear read of a level at picture coordinates (x, y).
-template <class C, int N> void sampleLevel(MipLevel<C, N> const& lv, int x, int y, C* out) {
+template <class C, int N>
+[[gnu::always_inline]] inline void sampleLevel(MipLevel<C, N> const& lv, int x, int y, C* out) {
     int const s = lv.shift;
     if (s == 0) {
         std::memcpy(out, lv.at(x, y), sizeof(C) * N);
