@@ -42,6 +42,23 @@ template <class C> inline C blendChannel(C a, float fa, C b, float fb) {
         return C(int(float(a) * fa + float(b) * fb + 0.5f));
 }
 
+// Every channel value finite, below 2^100 in size, and no zero negative (float pictures).
+template <class C> bool meanOfAnyIsFiniteAndKeepsSigns(PluginRasterInfo const& raster) {
+    if constexpr (!std::is_floating_point_v<C>) {
+        return false;
+    } else {
+        C const limit = C(1267650600228229401496703205376.0); // 2^100
+        for (int y = 0; y < raster.height; ++y) {
+            C const* row = reinterpret_cast<C const*>(raster.row(y));
+            bool ok = true;
+            for (int i = 0; i < raster.width * 4; ++i)
+                ok &= std::fabs(row[i]) < limit && !(row[i] == C(0) && std::signbit(row[i]));
+            if (!ok) return false;
+        }
+        return true;
+    }
+}
+
 } // namespace blur_detail
 
 // Horizontal then vertical tent at the truncated radius; the vertical radius is radius times
@@ -54,16 +71,16 @@ int Internal_BlurFilter_RGBA(P p, C c, A a, V v, F f, PluginHost_API* host,
     try {
         int const vertical = blur_detail::limitTentRadius(
             blur_detail::truncToInt((progressive ? radius * 0.5 : radius) * aspect), raster.height);
-        if (!alphaOnly && blur_detail::passCopies(vertical, true, mode)) {
-            // The passes of one channel leave the others of the scratch raster unset, so only
-            // the four-channel pass skips it.
-            blur_detail::tentRowsInPlace<C>(raster, blur_detail::truncToInt(radius), progressive,
-                                            mode);
-            return 0;
-        }
         blur_detail::ScratchRaster scratch(host, raster.width, raster.height, raster.format);
         if (scratch.error != 0) return scratch.error;
         if (!scratch.valid()) return 1;
+        if (!alphaOnly && blur_detail::passCopies(vertical, true, mode)) {
+            // The passes of one channel leave the others of the scratch raster unset, so only
+            // the four-channel pass skips the round trip.
+            blur_detail::tentRowsInPlace<C>(raster, scratch.info, blur_detail::truncToInt(radius),
+                                            progressive, mode);
+            return 0;
+        }
         auto pass = alphaOnly ? &TentBlurPass_A<P, C, A, V, F> : &TentBlurPass_RGBA<P, C, A, V, F>;
         pass(p, c, a, v, f, host, raster, scratch.info, blur_detail::truncToInt(radius), false,
              progressive, mode);
@@ -80,6 +97,8 @@ int Internal_BlurFilter_RGBA(P p, C c, A a, V v, F f, PluginHost_API* host,
 template <class P, class C, class A, class V, class F>
 int BlurFilter_RGBA(P p, C c, A a, V v, F f, PluginHost_API* host, PluginRasterInfo& raster,
                     double radius, double aspect, bool progressive, int mode, bool alphaOnly) {
+    // A NaN radius blurs nothing (its blend weights would be NaN).
+    if (std::isnan(radius)) return 0;
     int const r0 = blur_detail::truncToInt(std::floor(radius));
     float const frac = float(radius - r0);
     float const inv = 1.0f - frac;
@@ -88,14 +107,30 @@ int BlurFilter_RGBA(P p, C c, A a, V v, F f, PluginHost_API* host, PluginRasterI
                                         mode, alphaOnly);
     // A whole radius mixes none of the larger blur: an integer channel rounds 0 * d + s back to
     // s. Float channels do not skip it, for 0 * d + s is not s when d is infinite or s is -0.
-    if (!std::is_floating_point_v<C> && !alphaOnly && frac == 0.0f)
-        return Internal_BlurFilter_RGBA(p, c, a, v, f, host, raster, double(r0), aspect,
-                                        progressive, mode, false) == 0
-                   ? 0
-                   : 1;
+    // The copy the long way blurs is still taken, so that the blur fails alike when it cannot
+    // be had; like the long way's, the inner blur's result is not looked at (on failure it leaves
+    // the picture, as the blend of the unblurred copy would).
+    if (!std::is_floating_point_v<C> && !alphaOnly && frac == 0.0f) {
+        try {
+            blur_detail::ScratchRaster scratch(host, raster.width, raster.height, raster.format);
+            if (!scratch.valid()) return 1;
+            Internal_BlurFilter_RGBA(p, c, a, v, f, host, raster, double(r0), aspect, progressive,
+                                     mode, false);
+            return 0;
+        } catch (...) {
+            return 1;
+        }
+    }
     try {
         blur_detail::ScratchRaster scratch(host, raster.width, raster.height, raster.format);
         if (!scratch.valid()) return 1;
+        // Radius 0 in float: the blur of 0 is the picture s, and each channel comes out as
+        // d * 0 + s, d being the radius-1 blur. That is s wherever d is finite and s is not -0;
+        // d, a weighted mean of the picture, is finite when every value is finite and below
+        // 2^100 in size. Such a picture is left as it is, without the blurs and the blend.
+        if (std::is_floating_point_v<C> && !alphaOnly && r0 == 0 && frac == 0.0f &&
+            blur_detail::meanOfAnyIsFiniteAndKeepsSigns<C>(raster))
+            return 0;
         std::size_t const rowCopy =
             std::size_t(std::min(std::abs(raster.rowBytes), std::abs(scratch.info.rowBytes)));
         for (int y = 0; y < raster.height; ++y)
@@ -174,7 +209,7 @@ int InterpBlurFilter_RGBA(P p, C c, A a, V v, F f, PluginHost_API* host, PluginR
         for (int i = 0; i < n; ++i) {
             double const t = double(i) / double(n - 1);
             double const r = (1.0 - t) * radiusStart + t * radiusEnd;
-            if (std::fabs(r) <= 1e-5) continue;
+            if (std::fabs(r) <= 1e-5 || std::isnan(r)) continue; // NaN: no radius to blur by
             int const ri = blur_detail::truncToInt(std::floor(r));
             float const frac = float(r - ri);
             float const inv = 1.0f - frac;

@@ -8,6 +8,8 @@
 #include "pixel/Traits.h"
 
 #include <algorithm>
+#include <climits>
+#include <cstddef>
 #include <cstring>
 #include <type_traits>
 
@@ -45,6 +47,22 @@ template <class C> inline C lerpChannel(C a, C b, float f) {
         return C(saturatingCast(float(a) + float(int(b) - int(a)) * f));
 }
 
+// The same two for a weight in [0, 1], as the pyramid's are: no product leaves the channel's
+// range, so the plain truncation is the saturating one.
+template <class C> inline C lerpUnit(C a, C b, float f) {
+    if constexpr (std::is_floating_point_v<C>)
+        return a + (b - a) * f;
+    else
+        return C(int(float(a) + float(int(b) - int(a)) * f));
+}
+
+template <class C> inline C scaleUnit(C v, float f) {
+    if constexpr (std::is_floating_point_v<C>)
+        return v * f;
+    else
+        return C(int(float(v) * f));
+}
+
 template <class C> inline C scaleChannel(C v, float f) {
     if constexpr (std::is_floating_point_v<C>)
         return v * f;
@@ -61,8 +79,10 @@ struct HostBlocks {
     HostBlocks(HostBlocks const&) = delete;
     HostBlocks& operator=(HostBlocks const&) = delete;
     // A locked block of the given size, or null.
-    void* take(int bytes) {
-        void* handle = host->allocMemory(bytes);
+    void* take(std::size_t bytes) {
+        // The host counts bytes in an int: more is memory that cannot be had.
+        if (bytes > std::size_t(INT_MAX)) return nullptr;
+        void* handle = host->allocMemory(int(bytes));
         if (!handle) return nullptr;
         handles[count++] = handle;
         return host->lockMemory(handle);
@@ -81,12 +101,14 @@ template <class C, int N> struct MipLevel {
     std::ptrdiff_t rowBytes = 0;
     int width = 0, height = 0, shift = 0;
     C const* at(int x, int y) const {
-        return reinterpret_cast<C const*>(data + y * rowBytes) + std::ptrdiff_t(x) * N;
+        return reinterpret_cast<C const*>(data + std::ptrdiff_t(y) * rowBytes) +
+               std::ptrdiff_t(x) * N;
     }
 };
 
 // Bilinear read of a level at picture coordinates (x, y).
-template <class C, int N> void sampleLevel(MipLevel<C, N> const& lv, int x, int y, C* out) {
+template <class C, int N>
+[[gnu::always_inline]] inline void sampleLevel(MipLevel<C, N> const& lv, int x, int y, C* out) {
     int const s = lv.shift;
     if (s == 0) {
         std::memcpy(out, lv.at(x, y), sizeof(C) * N);
@@ -101,9 +123,9 @@ template <class C, int N> void sampleLevel(MipLevel<C, N> const& lv, int x, int 
     int const jy = iy == lv.height - 1 ? iy : iy + 1;
     C const *tl = lv.at(ix, iy), *tr = lv.at(jx, iy), *bl = lv.at(ix, jy), *br = lv.at(jx, jy);
     for (int c = 0; c < N; ++c) {
-        C const top = lerpChannel(tl[c], tr[c], fx);
-        C const bottom = lerpChannel(bl[c], br[c], fx);
-        out[c] = lerpChannel(top, bottom, fy);
+        C const top = lerpUnit(tl[c], tr[c], fx);
+        C const bottom = lerpUnit(bl[c], br[c], fx);
+        out[c] = lerpUnit(top, bottom, fy);
     }
 }
 
@@ -143,7 +165,8 @@ int mipMapBlur(PluginHost_API* host, TX_Line2D& line, float radius, PluginRaster
             lv.height = k == 1 ? height : (src.height + 1) >> 1;
             lv.shift = k == 1 ? 0 : k - 1;
             lv.rowBytes = std::ptrdiff_t(lv.width) * N * sizeof(C);
-            lv.data = static_cast<unsigned char*>(blocks.take(int(lv.rowBytes * lv.height)));
+            lv.data = static_cast<unsigned char*>(
+                blocks.take(std::size_t(lv.rowBytes) * std::size_t(lv.height)));
             if (!lv.data) return 1;
             if (k == 1) {
                 for (int y = 0; y < height; ++y)
@@ -205,12 +228,16 @@ int mipMapBlur(PluginHost_API* host, TX_Line2D& line, float radius, PluginRaster
                     if (lvl < L - 1) {
                         C next[N];
                         sampleLevel(level[lvl + 1], x, y, next);
-                        for (int ch = 0; ch < N; ++ch) c[ch] = lerpChannel(c[ch], next[ch], f);
+                        for (int ch = 0; ch < N; ++ch) c[ch] = lerpUnit(c[ch], next[ch], f);
                     } else {
-                        for (int ch = 0; ch < N; ++ch) c[ch] = scaleChannel(c[ch], 1.0f - f);
+                        for (int ch = 0; ch < N; ++ch) c[ch] = scaleUnit(c[ch], 1.0f - f);
                     }
                 }
-                for (int ch = 0; ch < N; ++ch) px[ch] = scaleChannel(c[ch], a);
+                // a is alpha over its full scale: in [0, 1] where alpha lies in its range.
+                if (a >= 0.0f && a <= 1.0f)
+                    for (int ch = 0; ch < N; ++ch) px[ch] = scaleUnit(c[ch], a);
+                else
+                    for (int ch = 0; ch < N; ++ch) px[ch] = scaleChannel(c[ch], a);
                 px += N;
             }
         }

@@ -1,11 +1,16 @@
 #pragma once
+#include "RenderLib/TentLines.h"
 #include "host/PluginHost_API.h"
 #include "pixel/PixelFormats.h"
 #include "pixel/Traits.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <limits>
+#include <type_traits>
 #include <vector>
 
 // Triangular blur of integer radius along the lines of a picture. A tent of radius r weighs
@@ -14,9 +19,10 @@
 
 namespace blur_detail {
 
-// The kernel must stay inside the line: 2r + 2 has to be below the length.
+// The kernel must stay inside the line: 2r + 2 has to be below the length (worked in 64 bits,
+// for a saturated radius).
 inline int limitTentRadius(int radius, int length) {
-    if (2 * radius + 2 >= length) radius = (length >> 1) - 2;
+    if (2 * std::int64_t(radius) + 2 >= length) radius = (length >> 1) - 2;
     return radius;
 }
 
@@ -35,11 +41,21 @@ inline int alphaIndexOfFormat(int format) {
     return alpha;
 }
 
+// The vector kernels for a channel type, where there are any.
+template <class C> inline TentKernels<C> const* kernelsFor() {
+    if constexpr (std::is_same_v<C, unsigned char> || std::is_same_v<C, unsigned short> ||
+                  std::is_same_v<C, float>)
+        return chosenTentKernels<C>();
+    else
+        return nullptr;
+}
+
 // Tent over one line of `length` pixels whose N channels of type C start at channel `first`;
 // pixels lie `srcStep` and `dstStep` bytes apart.
 template <class C, int N>
 void tentLine(unsigned char const* src, std::ptrdiff_t srcStep, unsigned char* dst,
-              std::ptrdiff_t dstStep, int length, int radius, int first) {
+              std::ptrdiff_t dstStep, int length, int radius, int first,
+              TentKernels<C> const* kernels = kernelsFor<C>()) {
     int const r = limitTentRadius(radius, length);
     auto in = [&](int i, int c) {
         return double(reinterpret_cast<C const*>(src + std::ptrdiff_t(i) * srcStep)[first + c]);
@@ -52,7 +68,10 @@ void tentLine(unsigned char const* src, std::ptrdiff_t srcStep, unsigned char* d
             for (int c = 0; c < N; ++c) out(i)[c] = C(in(i, c));
         return;
     }
-    double const recip = 1.0 / double((r + 1) * (r + 1));
+    if constexpr (N == 4) {
+        if (kernels && first == 0) return kernels->line(src, srcStep, dst, dstStep, length, r);
+    }
+    double const recip = 1.0 / (double(r + 1) * double(r + 1));
     double S[N], D[N], p0[N], pEnd[N];
     for (int c = 0; c < N; ++c) {
         p0[c] = in(0, c);
@@ -122,10 +141,77 @@ inline int passLineRadius(int radius, int n, int lines, bool progressive, int mo
     if (mode == 3) {
         t = t * t;
     } else if (mode == 4) {
+        // The inverted test is kept; at the last line t * t is 0, whose reciprocal is infinite,
+        // so the radius saturates and the limit holds it to the line.
         float const tt = t * t;
-        t = std::fabs(tt) <= 1e-5 ? 1.0f / tt : 0.0f;
+        t = std::fabs(tt) <= 1e-5
+                ? (tt == 0.0f ? std::numeric_limits<float>::infinity() : 1.0f / tt)
+                : 0.0f;
     }
     return truncToInt(t * float(radius));
+}
+
+// The vertical pass at one radius r > 0, held to the height, over every column at once: the
+// lines' running sums are kept for a tile of columns and moved down the rows together, each
+// value by the same operations as tentLine, so that rows are read whole and in order.
+template <class C, int N>
+void tentColumns(PluginRasterInfo& src, PluginRasterInfo& dst, int r, int first,
+                 TentKernels<C> const* kernels = kernelsFor<C>()) {
+    int const width = dst.width, height = dst.height;
+    double const recip = 1.0 / (double(r + 1) * double(r + 1));
+    constexpr int kTile = 256; // pixels: the sums of a tile stay in the first-level cache
+    double S[kTile * N], D[kTile * N];
+    if (N == 4 && first != 0) kernels = nullptr;
+    C gathered[3][N == 1 ? kTile : 1], stepped[N == 1 ? kTile : 1]; // one channel, packed
+    auto rowOf = [](PluginRasterInfo& r, int y) { return reinterpret_cast<C*>(r.row(y)); };
+    for (int x0 = 0; x0 < width; x0 += kTile) {
+        int const values = std::min(kTile, width - x0) * N;
+        auto at = [&](int v) { return std::ptrdiff_t(x0 + v / N) * 4 + first + v % N; };
+        C const* p0 = rowOf(src, 0);
+        for (int v = 0; v < values; ++v) {
+            S[v] = (r + 1) * double(p0[at(v)]);
+            D[v] = 0.0;
+        }
+        for (int k = 1; k <= r; ++k) {
+            C const* pk = rowOf(src, k);
+            for (int v = 0; v < values; ++v)
+                S[v] += k * double(p0[at(v)]) + (r + 1 - k) * double(pk[at(v)]);
+        }
+        for (int k = 1; k <= r + 1; ++k) {
+            C const* pk = rowOf(src, k);
+            for (int v = 0; v < values; ++v) D[v] += double(pk[at(v)]) - double(p0[at(v)]);
+        }
+        for (int i = 0; i < height; ++i) {
+            C* out = rowOf(dst, i);
+            if (i == height - 1) {
+                for (int v = 0; v < values; ++v) out[at(v)] = C(S[v] * recip);
+                break;
+            }
+            C const* L = rowOf(src, std::max(i - r, 0));
+            C const* R = rowOf(src, std::min(i + r + 2, height - 1));
+            C const* M = rowOf(src, i + 1);
+            if (kernels && N == 4) {
+                std::ptrdiff_t const o = std::ptrdiff_t(x0) * 4;
+                kernels->step(L + o, R + o, M + o, out + o, S, D, values, recip);
+                continue;
+            }
+            if (kernels) { // one channel: packed for the kernel and back
+                for (int v = 0; v < values; ++v) {
+                    std::ptrdiff_t const a = at(v);
+                    gathered[0][v] = L[a], gathered[1][v] = R[a], gathered[2][v] = M[a];
+                }
+                kernels->step(gathered[0], gathered[1], gathered[2], stepped, S, D, values, recip);
+                for (int v = 0; v < values; ++v) out[at(v)] = stepped[v];
+                continue;
+            }
+            for (int v = 0; v < values; ++v) {
+                std::ptrdiff_t const a = at(v);
+                out[a] = C(S[v] * recip);
+                S[v] += D[v];
+                D[v] += double(L[a]) + double(R[a]) - 2.0 * double(M[a]);
+            }
+        }
+    }
 }
 
 template <class C, int N>
@@ -147,6 +233,11 @@ int tentPass(PluginRasterInfo& src, PluginRasterInfo& dst, int radius, bool vert
     std::ptrdiff_t const srcAcross = vertical ? src.pixelBytes : src.rowBytes;
     std::ptrdiff_t const dstAlong = vertical ? dst.rowBytes : dst.pixelBytes;
     std::ptrdiff_t const dstAcross = vertical ? dst.pixelBytes : dst.rowBytes;
+    if (vertical && !progressive && src.pixelBytes == int(4 * sizeof(C)) &&
+        dst.pixelBytes == int(4 * sizeof(C)) && src.width == width && src.height == height) {
+        tentColumns<C, N>(src, dst, radius, first);
+        return 0;
+    }
     auto* s = static_cast<unsigned char*>(src.data);
     auto* d = static_cast<unsigned char*>(dst.data);
     for (int n = 0; n < lines; ++n) {
@@ -161,21 +252,22 @@ int tentPass(PluginRasterInfo& src, PluginRasterInfo& dst, int radius, bool vert
 }
 
 // The horizontal pass of all channels in place, for when the vertical pass after it would copy
-// every row back unchanged: each row it changes goes through one line of scratch, and the
-// rows it copies are not touched at all.
+// every row back unchanged: each row it changes goes through the first row of `scratch` (a
+// raster of the picture's size, as the two passes would take), and the rows it copies are not
+// touched at all.
 template <class C>
-void tentRowsInPlace(PluginRasterInfo& raster, int radius, bool progressive, int mode) {
+void tentRowsInPlace(PluginRasterInfo& raster, PluginRasterInfo& scratch, int radius,
+                     bool progressive, int mode) {
     int const width = raster.width, height = raster.height;
     radius = limitTentRadius(radius, width);
     if (passCopies(radius, false, mode)) return;
     std::size_t const rowBytes = std::size_t(width) * raster.pixelBytes;
-    std::vector<unsigned char> line(rowBytes);
+    unsigned char* line = scratch.row(0);
     for (int n = 0; n < height; ++n) {
         int const r = passLineRadius(radius, n, height, progressive, mode);
         if (progressive && r == 0) continue;
-        std::memcpy(line.data(), raster.row(n), rowBytes);
-        tentLine<C, 4>(line.data(), raster.pixelBytes, raster.row(n), raster.pixelBytes, width, r,
-                       0);
+        std::memcpy(line, raster.row(n), rowBytes);
+        tentLine<C, 4>(line, raster.pixelBytes, raster.row(n), raster.pixelBytes, width, r, 0);
     }
 }
 

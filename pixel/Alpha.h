@@ -1,6 +1,8 @@
 #pragma once
 #include "host/PluginHost_API.h"
 #include "pixel/AlphaRows8.h"
+#include "pixel/BlendRows.h"
+#include "pixel/StraightRows.h"
 #include "pixel/Traits.h"
 
 #include <array>
@@ -166,7 +168,7 @@ int UnPremult(P, C, A, V, F, PluginHost_API* host, PluginRaster_API* raster) {
             for (; x < info.width; ++x) straighten(px + 4 * x);
         }
     } else {
-        alpha_detail::forEachPixel<P>(info, [](C* px) {
+        auto straighten = [](C* px) {
             V a = V(px[P::ALPHA]);
             if (!(a > 0)) return; // alpha 0 keeps its colour
             for (int i = P::FIRST_COLOR; i < P::FIRST_COLOR + 3; ++i) {
@@ -175,7 +177,19 @@ int UnPremult(P, C, A, V, F, PluginHost_API* host, PluginRaster_API* raster) {
                 else
                     px[i] = C(P::clamp_overflow(float(px[i]) * 65535.0f / a));
             }
-        });
+        };
+        StraightRows const* rows = chosenStraightRows(P::ALPHA);
+        for (int y = 0; y < info.height; ++y) {
+            auto* px = reinterpret_cast<C*>(info.row(y));
+            int x = 0;
+            if (rows) {
+                if constexpr (P::is32Bit())
+                    x = rows->f32(px, info.width);
+                else
+                    x = rows->u16(px, info.width);
+            }
+            for (; x < info.width; ++x) straighten(px + 4 * x);
+        }
     }
     return 0;
 }
@@ -202,11 +216,21 @@ int BlendAlphaImagesPreMult(P, C, A, V, F, PluginHost_API*, float mix,
     }
     float const h = P::halfRoundPixel();
     float const keep = 1.0f - mix;
+    BlendRows const* rows = chosenBlendRows();
+    int const values = dst->width * 4;
     for (int y = 0; y < dst->height; ++y) {
         auto const* s = reinterpret_cast<C const*>(src->row(y));
         auto* d = reinterpret_cast<C*>(dst->row(y));
-        for (int i = 0; i < dst->width * 4; ++i)
-            d[i] = C(float(s[i]) * mix + float(d[i]) * keep + h);
+        int i = 0;
+        if (rows) {
+            if constexpr (std::is_same_v<C, unsigned char>)
+                i = rows->u8(s, d, values, mix, keep, h);
+            else if constexpr (std::is_same_v<C, unsigned short>)
+                i = rows->u16(s, d, values, mix, keep, h);
+            else if constexpr (std::is_same_v<C, float>)
+                i = rows->f32(s, d, values, mix, keep, h);
+        }
+        for (; i < values; ++i) d[i] = C(float(s[i]) * mix + float(d[i]) * keep + h);
     }
     return 0;
 }

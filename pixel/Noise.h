@@ -1,6 +1,7 @@
 #pragma once
 #include "host/RasterInfo.h"
 
+#include "pixel/NoiseRows8.h"
 #include "platform/Random.h"
 
 // Monochrome grain: one random field added alike to red, green and blue and never to alpha.
@@ -36,10 +37,19 @@ void addNoiseAlpha(PluginRasterInfo& raster, PluginRasterInfo const& plane, int 
                    float amount) {
     float const a = amount * 0.01f;
     float const h = float(P::MAX_VALUE()) * 0.5f;
+    NoiseRow8 row8 = nullptr;
+    if constexpr (P::is8Bit())
+        if (alpha == P::ALPHA) row8 = chosenNoiseRow8(alpha);
     for (int y = 0; y < raster.height; ++y) {
         C* px = reinterpret_cast<C*>(raster.row(y));
         C const* field = reinterpret_cast<C const*>(plane.row(y));
-        for (int x = 0; x < raster.width; ++x, px += 4, field += 4)
+        int x = 0;
+        if constexpr (P::is8Bit())
+            if (row8) {
+                x = row8(px, field, raster.width, a, h);
+                px += 4 * x, field += 4 * x;
+            }
+        for (; x < raster.width; ++x, px += 4, field += 4)
             noise_detail::addToColor<P, C, V>(px, (float(field[alpha]) - h) * a);
     }
 }

@@ -1,9 +1,15 @@
 #include "pixel/Alpha.h"
+#include "pixel/BlendRows.h"
+#include "pixel/StraightRows.h"
 #include "support/MemoryHost.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <cmath>
+#include <cstring>
+#include <limits>
 #include <vector>
 
 namespace {
@@ -168,6 +174,85 @@ TEST(Alpha, PremultiplyEqualsTheMultiplyForEveryColour) {
     std::vector<int> const some16 = {0, 1, 2, 255, 257, 12345, 32767, 32768, 54321, 65534, 65535};
     EXPECT_EQ(premultMismatches<PIXEL_RGBA16>(RF_RGBA16, some16), 0);
     EXPECT_EQ(premultMismatches<PIXEL_ARGB16>(RF_ARGB16, some16), 0);
+}
+
+// The wide cross-fade gives the bits of the scalar formula: every pair of 8-bit values, a spread
+// of 16-bit ones, floats with -0, infinities and NaN, at the mixes of a running average and
+// others; the tail past the last whole group is left to the caller.
+template <class C>
+void expectBlendRowEqual(int (*wide)(C const*, C*, int, float, float, float),
+                         std::vector<C> const& s, std::vector<C> const& d0, float h) {
+    for (float mix : {1.0f / 2, 1.0f / 3, 1.0f / 7, 1.0f / 8, 0.3f, 0.999f}) {
+        float const keep = 1.0f - mix;
+        std::vector<C> d = d0, want = d0;
+        int const done = wide(s.data(), d.data(), int(d.size()), mix, keep, h);
+        EXPECT_EQ(done, int(d.size()) / 8 * 8);
+        for (int i = 0; i < done; ++i) want[i] = C(float(s[i]) * mix + float(want[i]) * keep + h);
+        EXPECT_EQ(std::memcmp(d.data(), want.data(), d.size() * sizeof(C)), 0) << "mix " << mix;
+    }
+}
+
+TEST(Alpha, WideCrossFadeEqualsTheScalarFormula) {
+    BlendRows const* rows = blendRowsAvx2();
+    if (!rows) GTEST_SKIP() << "no AVX2 on this processor";
+    std::vector<unsigned char> s8, d8;
+    for (int i = 0; i < 65536 + 5; ++i)
+        s8.push_back((unsigned char)i), d8.push_back((unsigned char)(i >> 8));
+    expectBlendRowEqual(rows->u8, s8, d8, 0.5f);
+    std::vector<unsigned short> s16, d16;
+    for (int i = 0; i < 4099; ++i)
+        s16.push_back((unsigned short)(i * 16411)), d16.push_back((unsigned short)(65535 - i * 13));
+    expectBlendRowEqual(rows->u16, s16, d16, 0.5f);
+    float const inf = std::numeric_limits<float>::infinity(),
+                nan = std::numeric_limits<float>::quiet_NaN();
+    std::vector<float> const s32 = {-0.0f, 0.0f,  1.0f,   inf,   -inf, nan,
+                                    0.25f, 3e38f, 1e-40f, -0.0f, 0.7f},
+                             d32 = {-0.0f, -0.0f, inf,     1.0f, inf,  0.5f,
+                                    nan,   3e38f, -1e-40f, 0.0f, -2.0f};
+    expectBlendRowEqual(rows->f32, s32, d32, 0.0f);
+}
+
+// The wide straightening gives the bits of the scalar formula: every 16-bit alpha against
+// colours below, at and above it, and float alphas of every kind (0, -0, negative, NaN,
+// infinite, subnormal), in both orders.
+TEST(Alpha, WideStraightColourEqualsTheScalarFormula) {
+    for (int alphaIndex : {0, 3}) {
+        StraightRows const* rows = straightRowsAvx2(alphaIndex);
+        if (!rows) GTEST_SKIP() << "no AVX2 on this processor";
+        int const first = alphaIndex == 0 ? 1 : 0;
+        std::vector<unsigned short> p16;
+        for (int a = 0; a < 65536; ++a)
+            for (int k : {1, 7, 40000})
+                p16.push_back((unsigned short)(a * k)), p16.push_back((unsigned short)a);
+        std::vector<unsigned short> want16 = p16;
+        int const n16 = int(p16.size() / 4) & ~1;
+        ASSERT_EQ(rows->u16(p16.data(), int(p16.size() / 4)), n16);
+        for (int x = 0; x < n16; ++x) {
+            unsigned short* px = &want16[4 * x];
+            float const a = px[alphaIndex];
+            if (a > 0)
+                for (int i = first; i < first + 3; ++i)
+                    px[i] = (unsigned short)std::min(float(px[i]) * 65535.0f / a, 65535.0f);
+        }
+        EXPECT_EQ(p16, want16);
+        float const inf = std::numeric_limits<float>::infinity();
+        std::vector<float> const odd = {0.0f, -0.0f, -0.5f, std::nanf(""), inf, 1e-41f, 0.3f, 2.0f};
+        std::vector<float> p32;
+        for (float a : odd)
+            for (float c : odd) p32.insert(p32.end(), {c, c * 0.5f, -c, a});
+        if (alphaIndex == 0)
+            for (std::size_t i = 0; i < p32.size(); i += 4)
+                std::rotate(&p32[i], &p32[i + 3], &p32[i + 4]);
+        std::vector<float> want32 = p32;
+        int const n32 = rows->f32(p32.data(), int(p32.size() / 4));
+        for (int x = 0; x < n32; ++x) {
+            float* px = &want32[4 * x];
+            float const a = px[alphaIndex];
+            if (a > 0)
+                for (int i = first; i < first + 3; ++i) px[i] = px[i] * 1.0f / a;
+        }
+        EXPECT_EQ(std::memcmp(p32.data(), want32.data(), p32.size() * 4), 0);
+    }
 }
 
 } // namespace

@@ -1,10 +1,12 @@
 #include "effect/NoiseStage.h"
+#include "pixel/NoiseRows8.h"
 #include "support/MemoryHost.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <vector>
 
 namespace {
 
@@ -70,6 +72,32 @@ TEST_P(NoisePaths, MonochromeGrainSwingsHalfTheScaleAtFullAmountAndSoftens) {
     long const sharp = Grain(GetParam(), 100, 0, 5, 1).roughness();
     EXPECT_LT(Grain(GetParam(), 100, 2, 5, 1).roughness(), sharp / 2);
     EXPECT_EQ(Grain(GetParam(), 100, 0.000005, 5, 1).roughness(), sharp); // under tolerance
+}
+
+// The wide grain row gives the scalar formula's bytes: every colour against every field value in
+// both orders, at amounts that stay in range, clip at both ends and turn the field round.
+TEST(NoiseRows, WideGrainEqualsThePixelFormula) {
+    for (int alphaIndex : {0, 3}) {
+        NoiseRow8 row = noiseRow8Avx2(alphaIndex);
+        if (!row) GTEST_SKIP() << "no AVX2 on this processor";
+        std::vector<unsigned char> field(4 * 65536), px(4 * 65536);
+        for (int i = 0; i < 65536; ++i) {
+            field[4 * i + alphaIndex] = (unsigned char)(i >> 8);
+            for (int k = 0; k < 4; ++k) px[4 * i + k] = (unsigned char)(i + 85 * k);
+        }
+        for (float amount : {20.0f, 100.0f, 333.0f, -40.0f}) {
+            float const a = amount * 0.01f, h = 127.5f;
+            std::vector<unsigned char> got = px, want = px;
+            ASSERT_EQ(row(got.data(), field.data(), 65536, a, h), 65536);
+            for (int i = 0; i < 65536; ++i) {
+                float const n = (float(field[4 * i + alphaIndex]) - h) * a;
+                for (int k = alphaIndex == 0 ? 1 : 0, e = k + 3; k < e; ++k)
+                    want[4 * i + k] =
+                        (unsigned char)std::clamp(int(float(want[4 * i + k]) + n), 0, 255);
+            }
+            EXPECT_EQ(got, want) << amount;
+        }
+    }
 }
 
 } // namespace

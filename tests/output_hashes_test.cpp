@@ -8,12 +8,15 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <utility>
 #include <vector>
 
 // The pixels of a fixed matrix of renders, each kept as a hash of its output raster. Work that
 // only makes the effect faster must keep every hash.
 
 namespace {
+
+constexpr int kW = 61, kH = 40; // odd width
 
 struct Setting {
     ParamId id;
@@ -27,9 +30,9 @@ struct Case {
     std::vector<Setting> settings = {};
     InProcessRequest request = {};
     std::uint64_t hash = 0;
+    std::vector<std::pair<double, Setting>> keys = {}; // (frame, setting)
+    int width = kW, height = kH;
 };
-
-constexpr int kW = 61, kH = 40; // odd width
 
 // 64-bit FNV-1a over the visible bytes, row by row.
 std::uint64_t fnv1a(std::vector<unsigned char> const& bytes) {
@@ -40,14 +43,17 @@ std::uint64_t fnv1a(std::vector<unsigned char> const& bytes) {
 
 // Premultiplied gradients with translucent and clear areas and hard edges; channel values are
 // fractions so every depth sees the same picture.
+// A larger picture has the same layout, in finer steps.
 void fillPicture(HostPicture& p) {
     bool const alphaFirst = p.image.pixelFormat == kFxPixelFormat_ARGB;
-    for (int y = 0; y < kH; ++y)
-        for (int x = 0; x < kW; ++x) {
-            double a = x < 8 ? 0.0 : x < 20 ? 0.5 + 0.02 * y : 1.0;
-            if ((x / 9 + y / 7) % 3 == 0) a *= 0.75;
-            double rgb[3] = {double(x) / kW, double(y) / kH, ((x * 7 + y * 13) & 255) / 255.0};
-            if (x > 40 && y > 25) rgb[0] = 1.0, rgb[1] = 0.0; // a hard-edged block
+    int const w = p.image.width, h = p.image.height;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            int const X = x * kW / w, Y = y * kH / h;
+            double a = X < 8 ? 0.0 : X < 20 ? 0.5 + 0.02 * Y : 1.0;
+            if ((X / 9 + Y / 7) % 3 == 0) a *= 0.75;
+            double rgb[3] = {double(x) / w, double(y) / h, ((x * 7 + y * 13) & 255) / 255.0};
+            if (X > 40 && Y > 25) rgb[0] = 1.0, rgb[1] = 0.0; // a hard-edged block
             double const ch[4] = {rgb[0] * a, rgb[1] * a, rgb[2] * a, a};
             unsigned char* px = p.row(y) + x * p.image.pixelBytes();
             for (int i = 0; i < 4; ++i) {
@@ -66,11 +72,13 @@ void fillPicture(HostPicture& p) {
 }
 
 std::uint64_t renderHash(Case const& c) {
-    HostPicture input(kW, kH, c.depth, c.format), output(kW, kH, c.depth, c.format, true);
+    HostPicture input(c.width, c.height, c.depth, c.format),
+        output(c.width, c.height, c.depth, c.format, true);
     fillPicture(input);
     InProcessHost host(InProcessFamily::FinalCutPro);
     EXPECT_TRUE(host.load(MirrelBundle()));
     for (auto const& s : c.settings) EXPECT_TRUE(host.setValue(s.id, s.value));
+    for (auto const& [frame, s] : c.keys) EXPECT_TRUE(host.setKey(s.id, frame, s.value));
     EXPECT_TRUE(host.render(input.image, output.image, c.request));
     return fnv1a(output.bytes());
 }
@@ -228,6 +236,91 @@ std::vector<Case> cases() {
     };
 }
 
+// The looks people use, at a size where their softness spans pixels: each in 8 bits, the soft
+// one in every depth.
+std::vector<Case> looks() {
+    std::vector<Case> all = {
+        {"look soft linear",
+         8,
+         RGBA,
+         floorAnd({{kSoftness, {20}}, {kSoftnessType, {2}}}),
+         {},
+         0xa898f224c77adcc7ull},
+        {"look soft linear 16",
+         16,
+         RGBA,
+         floorAnd({{kSoftness, {20}}, {kSoftnessType, {2}}}),
+         {},
+         0xdf65809040266020ull},
+        {"look soft linear 32",
+         32,
+         RGBA,
+         floorAnd({{kSoftness, {20}}, {kSoftnessType, {2}}}),
+         {},
+         0x1bda09e1989afd54ull},
+        {"look soft simple",
+         8,
+         RGBA,
+         floorAnd({{kSoftness, {20}}, {kSoftnessType, {0}}}),
+         {},
+         0xdf51b56acf7c08aaull},
+        {"look soft mip map",
+         8,
+         RGBA,
+         floorAnd({{kSoftness, {20}}, {kSoftnessType, {1}}}),
+         {},
+         0x159e43d5f0e9d54bull},
+        {"look bend seam medium",
+         8,
+         RGBA,
+         floorAnd({{kBend, {1}}, {kSeamSize, {2}}, {kBendAngle, {1.2}}, {kBendStart, {70}}}),
+         {},
+         0xe16da3d6526e6c6dull},
+        {"look motion blur 8",
+         8,
+         RGBA,
+         floorAnd({{kMotionBlur, {1}}, {kSamples, {8}}}),
+         {.frame = 5},
+         0xbd2fa98c2ff82213ull},
+        // Animated within the shutter, and keyed but flat there.
+        {"look motion blur 8 animated",
+         8,
+         RGBA,
+         floorAnd({{kMotionBlur, {1}}, {kSamples, {8}}}),
+         {.frame = 5},
+         0x599371e6c86d35e3ull,
+         {{4, {kZoom, {1.0}}},
+          {6, {kZoom, {1.4}}},
+          {5, {kHeightSlant, {0.4, 0.1}}},
+          {6, {kHeightSlant, {0.5, 0.2}}}}},
+        {"look motion blur 8 flat keys",
+         8,
+         RGBA,
+         floorAnd({{kMotionBlur, {1}}, {kSamples, {8}}}),
+         {.frame = 5},
+         0xa7f3bf2317db2479ull,
+         {{2, {kZoom, {1.2}}}, {9, {kZoom, {1.2}}}}},
+        {"look noise post softness",
+         8,
+         RGBA,
+         floorAnd({{kFadeNoise, {20}}, {kPostSoftness, {2}}}),
+         {.frame = 2},
+         0xb5033392b6ddc2ceull},
+        {"look product shot",
+         8,
+         RGBA,
+         floorAnd({{kSoftness, {15}},
+                   {kFadeLength, {60}},
+                   {kMirrelOpacity, {60}},
+                   {kBend, {1}},
+                   {kBendAngle, {20}}}),
+         {},
+         0xea27d7984f211aadull},
+    };
+    for (Case& c : all) c.width = 321, c.height = 180;
+    return all;
+}
+
 // A spread of transfer modes, the colour modes among them, in 8 bits and in float.
 struct TransferCase {
     int mode;
@@ -252,7 +345,8 @@ TransferCase const kTransfers[] = {
 };
 
 TEST(OutputHashes, EveryRenderKeepsItsPixels) {
-    std::vector<Case> all = cases();
+    std::vector<Case> all = cases(), more = looks();
+    all.insert(all.end(), more.begin(), more.end());
     for (TransferCase const& t : kTransfers)
         all.push_back(
             {"transfer " + std::to_string(t.mode) + " in " + std::to_string(t.depth) + " bits",

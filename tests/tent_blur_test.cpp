@@ -6,6 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -95,6 +99,57 @@ TEST(TentBlur, ProgressivePassRampsTheRadiusOverTheRows) {
     }
 }
 
+// The column pass over whole rows and the vector kernels give the bits of the portable loop one
+// line at a time: each channel type (float noise holds NaN and infinities), columns across a
+// tile edge, radii up to the limit, rows walked upwards, and the alpha-only pass.
+template <class C> std::vector<unsigned char> bitsOf(MemoryImage& m) {
+    std::vector<unsigned char> b = m.bytes();
+    if constexpr (std::is_same_v<C, float>) // which NaN comes out is the compiler's choice
+        for (std::size_t i = 0; i + 4 <= b.size(); i += 4) {
+            float v;
+            std::memcpy(&v, &b[i], 4);
+            if (v != v) std::memset(&b[i], 0xff, 4);
+        }
+    return b;
+}
+
+template <class C> void expectTentFormsEqual(PluginRasterFormat format) {
+    using namespace blur_detail;
+    TentKernels<C> const* wide = tentKernelsAvx2<C>();
+    int const w = 300, h = 37;
+    for (int radius : {1, 4, 40}) {
+        int const r = limitTentRadius(radius, h);
+        MemoryImage src(format, w, h, Rows::BottomUp), want(format, w, h, Rows::BottomUp),
+            got(format, w, h, Rows::BottomUp), alphaWant(format, w, h, Rows::BottomUp);
+        src.fillBytes(unsigned(radius));
+        auto px = [](MemoryImage& m, int x, int y) { return m.pixel<unsigned char>(x, y); };
+        std::ptrdiff_t const down = src.info.rowBytes, along = 4 * sizeof(C);
+        for (int x = 0; x < w; ++x) {
+            tentLine<C, 4>(px(src, x, 0), down, px(want, x, 0), down, h, r, 0, nullptr);
+            tentLine<C, 1>(px(src, x, 0), down, px(alphaWant, x, 0), down, h, r, 3, nullptr);
+        }
+        for (auto kernels : {(TentKernels<C> const*)nullptr, wide}) {
+            tentColumns<C, 4>(src.info, got.info, r, 0, kernels);
+            EXPECT_EQ(bitsOf<C>(got), bitsOf<C>(want)) << "columns, radius " << r;
+        }
+        MemoryImage alphaGot(format, w, h, Rows::BottomUp);
+        tentColumns<C, 1>(src.info, alphaGot.info, r, 3);
+        EXPECT_EQ(bitsOf<C>(alphaGot), bitsOf<C>(alphaWant)) << "alpha columns, radius " << r;
+        if (!wide) continue;
+        for (int y = 0; y < h; ++y) {
+            tentLine<C, 4>(px(src, 0, y), along, px(want, 0, y), along, w, radius, 0, nullptr);
+            tentLine<C, 4>(px(src, 0, y), along, px(got, 0, y), along, w, radius, 0, wide);
+        }
+        EXPECT_EQ(bitsOf<C>(got), bitsOf<C>(want)) << "rows, radius " << radius;
+    }
+}
+
+TEST(TentBlur, RowWiseAndVectorFormsEqualThePortableLine) {
+    expectTentFormsEqual<unsigned char>(RF_RGBA8);
+    expectTentFormsEqual<unsigned short>(RF_RGBA16);
+    expectTentFormsEqual<float>(RF_RGBA32);
+}
+
 TEST(Gauss1, SmoothsWithClampedBorders) {
     MemoryImage img(RF_ARGB8, 5, 4), out(RF_ARGB8, 5, 4);
     MemoryHost host(&img, &out);
@@ -168,6 +223,78 @@ TEST(BlurFilter, InPlaceRowPassEqualsThePassesThroughScratch) {
             EXPECT_EQ(img.bytes(), want.bytes()) << c.radius << " mode " << c.mode;
             EXPECT_EQ(host.liveBlocks, 0);
         }
+}
+
+// Faulty radii and missing scratch memory leave the picture: a NaN radius blurs nothing; without
+// the scratch raster the in-place row pass (aspect 0) and the whole-radius blur fail, and when
+// the whole-radius blur's inner raster fails it goes unnoticed, as the blend of the unblurred
+// copy would. A saturated ramp radius (mode 4's last row) is held to the line.
+TEST(BlurFilter, FaultyRadiiAndMissingScratchLeaveThePicture) {
+    struct Case {
+        double radius, aspect;
+        int failRasterAt;
+        bool internal, fails;
+    } const cases[] = {{std::nan(""), 1, 0, false, false},
+                       {5, 0, 1, true, true},
+                       {3, 0, 1, false, true},
+                       {3, 1, 1, false, true},
+                       {3, 1, 2, false, false},
+                       {std::nan(""), 0, 0, true, false}};
+    for (auto const& c : cases)
+        for (auto format : {RF_RGBA8, RF_RGBA32}) {
+            MemoryImage img(format, 37, 19), before(format, 37, 19);
+            img.fillBytes(9), before.fillBytes(9);
+            MemoryHost host(&img, &img);
+            host.failAllocRasterAt = c.failRasterAt;
+            auto run = [&](auto... pv) {
+                return c.internal ? Internal_BlurFilter_RGBA(pv..., &host, img.info, c.radius,
+                                                             c.aspect, false, 0, false)
+                                  : BlurFilter_RGBA(pv..., &host, img.info, c.radius, c.aspect,
+                                                    false, 0, false);
+            };
+            int const result = format == RF_RGBA8 ? run(PIXEL_VALUES(PIXEL_RGBA8))
+                                                  : run(PIXEL_VALUES(PIXEL_RGBA32));
+            if (format == RF_RGBA32 && c.failRasterAt == 2) continue; // float takes the long way
+            EXPECT_EQ(result != 0, c.fails) << c.radius << " at " << c.failRasterAt;
+            EXPECT_EQ(img.bytes(), before.bytes()) << c.radius << " at " << c.failRasterAt;
+            EXPECT_EQ(host.liveBlocks, 0);
+        }
+    EXPECT_EQ(blur_detail::limitTentRadius(2147483647, 100), 48);
+    EXPECT_EQ(blur_detail::limitTentRadius(1073741824, 100), 48);
+    MemoryImage src(RF_RGBA8, 30, 11), dst(RF_RGBA8, 30, 11);
+    src.fillBytes(4);
+    TentBlurPass_RGBA(PIXEL_VALUES(PIXEL_RGBA8), nullptr, src.info, dst.info, 10, false, true, 4);
+    EXPECT_EQ(pixels<unsigned char>(dst, -1, 10),
+              lineTent<PIXEL_RGBA8>(pixels<unsigned char>(src, -1, 10), 13));
+}
+
+// A float picture at radius 0 comes out as d * 0 + s, d its radius-1 blur: s itself when the
+// blur is left out for a finite picture, and the blend's NaN, +0 and infinities otherwise.
+TEST(BlurFilter, FloatRadiusZeroIsTheBlendOfTheRadiusOneBlur) {
+    float const inf = std::numeric_limits<float>::infinity();
+    for (float odd : {0.25f, -0.0f, inf, std::nanf(""), 3e38f, -1e31f}) {
+        MemoryImage img(RF_RGBA32, 23, 9), blurred(RF_RGBA32, 23, 9);
+        for (int y = 0; y < 9; ++y)
+            for (int x = 0; x < 23; ++x)
+                for (int c = 0; c < 4; ++c) img.pixel<float>(x, y)[c] = float(x * 3 - y * c) * 0.1f;
+        img.pixel<float>(11, 4)[1] = odd;
+        std::vector<float> want(img.info.width * img.info.height * 4);
+        blurred.storage = img.storage;
+        MemoryHost host(&img, &img);
+        Internal_BlurFilter_RGBA(PIXEL_VALUES(PIXEL_RGBA32), &host, blurred.info, 1.0, 1.0, false,
+                                 0, false);
+        for (int i = 0; i < 23 * 9 * 4; ++i) {
+            int const x = i / 4 % 23, y = i / 4 / 23;
+            want[i] = blurred.pixel<float>(x, y)[i % 4] * 0.0f + img.pixel<float>(x, y)[i % 4];
+        }
+        ASSERT_EQ(
+            BlurFilter_RGBA(PIXEL_VALUES(PIXEL_RGBA32), &host, img.info, 0.0, 1.0, false, 0, false),
+            0);
+        MemoryImage wantImage(RF_RGBA32, 23, 9);
+        for (int i = 0; i < 23 * 9 * 4; ++i)
+            wantImage.pixel<float>(i / 4 % 23, i / 4 / 23)[i % 4] = want[i];
+        EXPECT_EQ(bitsOf<float>(img), bitsOf<float>(wantImage)) << odd;
+    }
 }
 
 // The fade's vector row scaling against the scalar channel scaling, for every 8- and 16-bit
