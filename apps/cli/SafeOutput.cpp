@@ -8,7 +8,9 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/random.h>
+#include <tuple>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -77,7 +79,10 @@ std::string tempNamePrefix(std::string const& fileName, long nameMax) {
     return head + name + tail;
 }
 
-void writeFileSafely(std::string const& path, std::vector<unsigned char> const& bytes) {
+namespace {
+
+// A new temporary file beside the output, opened for writing: its name and descriptor.
+std::pair<std::string, int> createTemp(std::string const& path) {
     installHandlers();
     std::filesystem::path const p(path);
     std::string const folder = p.has_parent_path() ? p.parent_path().string() : ".";
@@ -93,6 +98,13 @@ void writeFileSafely(std::string const& path, std::vector<unsigned char> const& 
         if (fd < 0 && errno != EEXIST) fail(path, errno);
     }
     if (fd < 0) fail(path, EEXIST);
+    return {temp, fd};
+}
+
+} // namespace
+
+void writeFileSafely(std::string const& path, std::vector<unsigned char> const& bytes) {
+    auto [temp, fd] = createTemp(path);
     Pending pending(temp);
 
     auto abandon = [&](int error) {
@@ -111,4 +123,27 @@ void writeFileSafely(std::string const& path, std::vector<unsigned char> const& 
     fd = -1;
     if (closed != 0) abandon(errno);
     if (rename(temp.c_str(), path.c_str()) != 0) abandon(errno);
+}
+
+PendingOutput::PendingOutput(std::string const& path) : m_path(path) {
+    std::tie(m_temp, m_fd) = createTemp(path);
+    if (m_temp.size() < sizeof g_pending) {
+        std::memcpy(g_pending, m_temp.c_str(), m_temp.size() + 1);
+        g_hasPending = 1;
+    }
+}
+
+PendingOutput::~PendingOutput() {
+    if (m_fd >= 0) close(m_fd);
+    if (!m_temp.empty()) unlink(m_temp.c_str());
+    g_hasPending = 0;
+}
+
+void PendingOutput::commit() {
+    int error = fsync(m_fd) != 0 ? errno : 0;
+    if (close(m_fd) != 0 && !error) error = errno;
+    m_fd = -1;
+    if (!error && rename(m_temp.c_str(), m_path.c_str()) != 0) error = errno;
+    if (error) fail(m_path, error); // the destructor removes the temporary file
+    m_temp.clear();
 }
