@@ -104,7 +104,7 @@ struct VideoReader::State {
 
 VideoReader::VideoReader(std::string const& path, int depth) : m(std::make_unique<State>()) {
     m->path = path;
-    av_log_set_level(AV_LOG_ERROR);
+    av_log_set_level(AV_LOG_QUIET); // the messages name what failed
     int r = avformat_open_input(&m->format, path.c_str(), nullptr, nullptr);
     if (r < 0) m->fail("not a video file FFmpeg can open", r);
     if ((r = avformat_find_stream_info(m->format, nullptr)) < 0) m->fail("no stream found", r);

@@ -244,14 +244,15 @@ VideoWriter::VideoWriter(std::string const& path, int fd, VideoSettings const& s
     m->fd = fd;
     m->settings = settings;
     m->source = source;
-    av_log_set_level(AV_LOG_ERROR);
+    av_log_set_level(AV_LOG_QUIET); // the messages name what failed
     if (avformat_alloc_output_context2(&m->out, nullptr, nullptr, path.c_str()) < 0 || !m->out)
         throw UsageError("no video container for " + inQuotes(path) +
                          "; use .mp4, .mov, .mkv, .webm or .avi");
     int const size = 1 << 16;
     auto* buffer = static_cast<unsigned char*>(av_malloc(size));
     m->out->pb = avio_alloc_context(buffer, size, 1, &m->fd, nullptr, writeToFd, seekFd);
-    m->out->flags |= AVFMT_FLAG_CUSTOM_IO;
+    // Bit-exact: the same frames give the same file (no random identifiers, no version tags).
+    m->out->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_BITEXACT;
     if (source.reader) {
         VideoInfo const& i = source.reader->info();
         m->sourceBase = {i.timeNum, i.timeDen};
@@ -311,6 +312,7 @@ void VideoWriter::open(int width, int height, bool deep, bool alpha) {
         av_opt_set(e->priv_data, "profile",
                    keepsAlpha(pixels) || pixels == AV_PIX_FMT_YUV444P10 ? "4444" : "hq", 0);
     if (std::string(codec->name) == "libvpx-vp9") av_opt_set_int(e->priv_data, "row-mt", 1, 0);
+    e->flags |= AV_CODEC_FLAG_BITEXACT;
     if (m->out->oformat->flags & AVFMT_GLOBALHEADER) e->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     int rc = avcodec_open2(e, codec, nullptr);
     if (rc < 0)
