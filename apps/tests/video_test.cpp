@@ -1,4 +1,6 @@
 #include "CommandTestSupport.h"
+#include "apps/preview/PreviewExport.h"
+#include "apps/preview/PreviewSession.h"
 #include "apps/video/VideoReader.h"
 
 #include <gtest/gtest.h>
@@ -203,6 +205,23 @@ TEST_F(VideoRender, FailuresLeaveNothingBehind) {
     fs::remove(marker);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) << status;
     EXPECT_EQ(f.names(), (std::set<std::string>{"bad.mp4", "o.mp4"}));
+}
+
+TEST_F(VideoRender, ThePreviewShowsEachFrameAndExportsTheVideoCommand) {
+    PreviewSession s(clip(),
+                     {[](std::string const& p) { return readImage(p, 0).picture; }, resizePicture});
+    ASSERT_EQ(s.frames().size(), 12u);
+    for (int frame : {7, 8, 2}) { // on, then back: a seek
+        s.setFrame({{"frame", frame}});
+        std::string const still = f("still.png");
+        ASSERT_EQ(mirrel("render " + clip() + " --frame " + std::to_string(frame) + " -o " + still)
+                      .status,
+                  0);
+        EXPECT_EQ(s.picture(false, false).bytes, readImage(still, 8).picture.bytes) << frame;
+    }
+    s.setValue({{"label", "Zoom"}, {"value", 1.5}, {"key", true}});
+    EXPECT_EQ(renderCommandLine(s),
+              "mirrel render " + clip() + " -o clip-mirrel.mp4 --set Zoom@2=1.5");
 }
 
 } // namespace
