@@ -156,6 +156,10 @@ void renderVideo(Options const& o, std::vector<Setting> const& settings,
         writer->finish();
         pending->commit();
     }
+    if (!o.quiet && writer)
+        for (std::string const& s : writer->leftOut())
+            err << "mirrel: the " << s << " cannot go into " << inQuotes(o.output)
+                << "; left out\n";
     if (!o.quiet)
         err << "mirrel: " << written << " frames written to " << o.output
             << (writer ? " (" + writer->codecName() + ")" : "") << "\n";

@@ -97,6 +97,7 @@ struct VideoWriter::State {
     AVPacket* packet = av_packet_alloc();
     std::map<int, AVStream*> copies; // source stream -> output stream
     std::vector<AVPacket*> early;    // copied packets that came before the header
+    std::vector<std::string> leftOut;
     bool alpha = false, started = false;
     AVRational sourceBase{1, 25};
     int64_t shift = 0;
@@ -266,6 +267,10 @@ bool VideoWriter::isOpen() const {
     return m->started;
 }
 
+std::vector<std::string> const& VideoWriter::leftOut() const {
+    return m->leftOut;
+}
+
 std::string VideoWriter::codecName() const {
     return m->enc ? m->enc->codec->name : "";
 }
@@ -332,8 +337,12 @@ void VideoWriter::open(int width, int height, bool deep, bool alpha) {
             AVMediaType const type = from->codecpar->codec_type;
             if (type != AVMEDIA_TYPE_AUDIO && type != AVMEDIA_TYPE_SUBTITLE) continue;
             if (avformat_query_codec(m->out->oformat, from->codecpar->codec_id,
-                                     FF_COMPLIANCE_NORMAL) == 0)
-                continue; // the container cannot hold it
+                                     FF_COMPLIANCE_NORMAL) == 0) {
+                m->leftOut.push_back(std::string(av_get_media_type_string(type)) + " stream " +
+                                     std::to_string(s) + " (" +
+                                     avcodec_get_name(from->codecpar->codec_id) + ")");
+                continue;
+            }
             AVStream* to = avformat_new_stream(m->out, nullptr);
             avcodec_parameters_copy(to->codecpar, from->codecpar);
             to->codecpar->codec_tag = 0;
@@ -346,7 +355,7 @@ void VideoWriter::open(int width, int height, bool deep, bool alpha) {
     if ((rc = avformat_write_header(m->out, nullptr)) < 0) m->fail(rc);
     m->started = true;
     for (AVPacket*& p : m->early) {
-        m->copyNow(p);
+        if (m->copies.count(p->stream_index)) m->copyNow(p);
         av_packet_free(&p);
     }
     m->early.clear();

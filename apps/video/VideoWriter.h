@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 // How the video is encoded; empty or negative fields take the defaults of the output's kind.
 struct VideoSettings {
@@ -44,6 +45,8 @@ class VideoWriter {
     // Flushes the encoder and ends the file.
     void finish();
     std::string codecName() const;
+    // The source's streams the container cannot hold, left out: "audio stream 1 (aac)".
+    std::vector<std::string> const& leftOut() const;
 
   private:
     struct State;
