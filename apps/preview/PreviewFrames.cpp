@@ -31,7 +31,7 @@ bool isSequencePattern(std::string const& input) {
 
 std::vector<PreviewFrame> previewFrames(std::string const& input) {
     if (isVideoFile(input)) {
-        long const count = std::max(1L, VideoReader(input, 0).info().frameCount);
+        long const count = std::max(1L, VideoReader(input, 0).countFrames());
         std::vector<PreviewFrame> frames;
         for (long n = 0; n < count; ++n) frames.push_back({n, input, true});
         return frames;

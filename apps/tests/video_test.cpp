@@ -208,20 +208,22 @@ TEST_F(VideoRender, FailuresLeaveNothingBehind) {
 }
 
 TEST_F(VideoRender, ThePreviewShowsEachFrameAndExportsTheVideoCommand) {
-    PreviewSession s(clip(),
+    // A Matroska file does not say how many frames it has.
+    PreviewSession s(clip("ten.mkv"),
                      {[](std::string const& p) { return readImage(p, 0).picture; }, resizePicture});
     ASSERT_EQ(s.frames().size(), 12u);
     for (int frame : {7, 8, 2}) { // on, then back: a seek
         s.setFrame({{"frame", frame}});
         std::string const still = f("still.png");
-        ASSERT_EQ(mirrel("render " + clip() + " --frame " + std::to_string(frame) + " -o " + still)
+        ASSERT_EQ(mirrel("render " + clip("ten.mkv") + " --frame " + std::to_string(frame) +
+                         " -o " + still)
                       .status,
                   0);
         EXPECT_EQ(s.picture(false, false).bytes, readImage(still, 8).picture.bytes) << frame;
     }
     s.setValue({{"label", "Zoom"}, {"value", 1.5}, {"key", true}});
     EXPECT_EQ(renderCommandLine(s),
-              "mirrel render " + clip() + " -o clip-mirrel.mp4 --set Zoom@2=1.5");
+              "mirrel render " + clip("ten.mkv") + " -o ten-mirrel.mkv --set Zoom@2=1.5");
 }
 
 } // namespace

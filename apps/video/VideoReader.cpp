@@ -136,6 +136,8 @@ VideoReader::VideoReader(std::string const& path, int depth) : m(std::make_uniqu
     i.frameCount = long(s->nb_frames);
     if (i.frameCount <= 0 && s->duration > 0)
         i.frameCount = long(std::lround(double(s->duration) * av_q2d(s->time_base) * av_q2d(rate)));
+    else if (i.frameCount <= 0 && m->format->duration > 0)
+        i.frameCount = long(std::lround(double(m->format->duration) / AV_TIME_BASE * av_q2d(rate)));
     i.primaries = par->color_primaries, i.transfer = par->color_trc;
     i.matrix = par->color_space, i.range = par->color_range;
     m->startPts = i.startPts = s->start_time == AV_NOPTS_VALUE ? 0 : s->start_time;
@@ -155,6 +157,18 @@ int VideoReader::videoStream() const {
 }
 void VideoReader::onOtherPacket(std::function<void(AVPacket*)> handler) {
     m->other = std::move(handler);
+}
+
+long VideoReader::countFrames() {
+    AVStream* s = m->format->streams[m->stream];
+    if (s->nb_frames > 0) return long(s->nb_frames);
+    long count = 0;
+    while (av_read_frame(m->format, m->packet) >= 0) {
+        count += m->packet->stream_index == m->stream;
+        av_packet_unref(m->packet);
+    }
+    av_seek_frame(m->format, m->stream, m->startPts, AVSEEK_FLAG_BACKWARD);
+    return m->info.frameCount = count;
 }
 
 bool VideoReader::next(VideoFrame& out) {

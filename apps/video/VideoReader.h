@@ -47,6 +47,9 @@ class VideoReader {
     int videoStream() const;
     void onOtherPacket(std::function<void(AVPacket*)> handler);
 
+    // The number of frames: from the header when it says, else by reading every packet of the
+    // file (without decoding), before any frame is read.
+    long countFrames();
     // The next frame; false at the end. Throws Failure when the data cannot be decoded.
     bool next(VideoFrame& frame);
     // Frame `index` of the file, seeking to the keyframe before it when it lies behind or far
