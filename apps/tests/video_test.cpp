@@ -14,7 +14,7 @@
 #include <thread>
 #include <unistd.h>
 
-#ifdef MIRREL_FFMPEG
+#ifdef MIRREL_FFMPEG_TOOL
 namespace {
 
 // The clips every test reads, made once: H.264 with AAC sound in MP4, and 10-bit FFV1.
@@ -24,15 +24,15 @@ struct VideoRender : testing::Test {
         dir = scratchPath("video_clips");
         fs::create_directories(dir);
         std::string const src = " -f lavfi -i testsrc2=size=64x48:rate=24:duration=0.5 ";
-        ASSERT_EQ(run(MIRREL_FFMPEG " -y" + src +
+        ASSERT_EQ(run(MIRREL_FFMPEG_TOOL " -y" + src +
                       "-f lavfi -i sine=duration=0.5 -c:v libx264 -pix_fmt yuv420p -c:a aac " +
                       dir + "/clip.mp4")
                       .status,
                   0);
-        ASSERT_EQ(
-            run(MIRREL_FFMPEG " -y" + src + "-c:v ffv1 -pix_fmt yuv444p10le " + dir + "/ten.mkv")
-                .status,
-            0);
+        ASSERT_EQ(run(MIRREL_FFMPEG_TOOL " -y" + src + "-c:v ffv1 -pix_fmt yuv444p10le " + dir +
+                      "/ten.mkv")
+                      .status,
+                  0);
     }
     static void TearDownTestSuite() { fs::remove_all(dir); }
     static std::string clip(std::string const& name = "clip.mp4") { return dir + "/" + name; }
