@@ -102,6 +102,11 @@ void applySettings(EffectSession& session, std::vector<Setting> settings,
     session.apply(settings);
 }
 
+unsigned workerCount(Options const& o, size_t frames) {
+    unsigned jobs = o.jobs ? o.jobs : std::max(1u, std::thread::hardware_concurrency());
+    return unsigned(std::min<size_t>(jobs, frames));
+}
+
 namespace {
 
 void renderLoaded(EffectSession& session, Options const& o, LoadedImage img,
@@ -148,15 +153,6 @@ struct Tally {
                std::to_string(failed) + " failed";
     }
 };
-
-} // namespace
-
-unsigned workerCount(Options const& o, size_t frames) {
-    unsigned jobs = o.jobs ? o.jobs : std::max(1u, std::thread::hardware_concurrency());
-    return unsigned(std::min<size_t>(jobs, frames));
-}
-
-namespace {
 
 void renderSequence(Options const& o, std::vector<Setting> const& settings,
                     std::vector<Param> const& declared, std::ostream& err) {
