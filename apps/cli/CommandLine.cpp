@@ -22,8 +22,10 @@ char const* const kExitStatus = "Exit status: 0 done, 1 failed (a file, a render
 char const* const kRenderAbout =
     R"(Renders INPUT through the effect into OUTPUT. Files are read and written with OpenImageIO
 (PNG, TIFF, EXR, JPEG and more) at 8, 16 or 32 bits; alpha is kept and written back in the
-output format's own convention. The output goes to a temporary file that is renamed when
-complete, so a failure leaves no file behind.)";
+output format's own convention. Videos (.mp4, .mov, .mkv, .webm, .avi...) are read and written
+with FFmpeg's libraries: frame numbers are the video's frames from 0, sources deeper than 8 bits
+render at 16, and sound and subtitles are copied. The output goes to a temporary file that is
+renamed when complete, so a failure leaves no file behind.)";
 
 char const* const kRenderFooter = R"(VALUE by kind:
   number     angles in degrees, within the parameter's limits
@@ -36,7 +38,10 @@ Between keys values are interpolated linearly (popups and toggles hold until the
 Examples:
   mirrel render photo.png -o mirrored.png --set 'Fade Length=60' --set 'Softness=20'
   mirrel render shot.%04d.exr -o out.%04d.exr --frames 1-48 \
-      --set 'Zoom@1=1' --set 'Zoom@48=1.5' --preset look.json)";
+      --set 'Zoom@1=1' --set 'Zoom@48=1.5' --preset look.json
+  mirrel render clip.mp4 -o out.mp4 --set 'Zoom@0=1' --set 'Zoom@48=1.5' --crf 18
+  mirrel render clip.mov -o out.mov --alpha on      (ProRes 4444 with alpha)
+  mirrel render clip.mp4 -o frame.png --frame 24)";
 
 // Accepts only the words listed; the message lists them as "a, b or c".
 CLI::Validator oneOf(std::vector<std::string> words) {
@@ -140,6 +145,23 @@ CLI::App* addRender(CLI::App& app, Options& o, RenderChoices& c) {
     render->add_flag("-v,--verbose", o.verbose, "a line for each frame written")->excludes(quiet);
     render->add_flag("--show-controls", o.showControls,
                      "draw the on-screen controls over the output");
+    render
+        ->add_option("--codec", o.video.codec,
+                     "video encoder (default by the output: libx264 in .mp4/.mkv, prores_ks in "
+                     ".mov, libvpx-vp9 in .webm, ffv1 in .avi)")
+        ->type_name("NAME");
+    render->add_option("--crf", o.video.crf, "video constant quality, lower is better")
+        ->check(CLI::Range(0, 63))
+        ->type_name("N");
+    render->add_option("--bitrate", o.video.bitrate, "video bit rate, such as 8M")
+        ->type_name("RATE");
+    render->add_option("--pix-fmt", o.video.pixFmt, "video pixel format, such as yuv420p")
+        ->type_name("NAME");
+    render
+        ->add_option("--fps", o.video.fps,
+                     "frame rate of a video made from an image sequence (default 25)")
+        ->check(finite("a frame rate above 0", 0.0, 1000.0))
+        ->type_name("R");
     return render;
 }
 

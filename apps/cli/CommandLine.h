@@ -1,6 +1,7 @@
 #pragma once
 #include "apps/cli/ImageFile.h"
 #include "apps/preview/PreviewCommand.h"
+#include "apps/video/VideoWriter.h"
 
 #include <string>
 #include <vector>
@@ -38,6 +39,7 @@ struct Options {
     bool quiet = false, verbose = false;
     unsigned jobs = 0;                                // frames rendered at once; 0 one per core
     unsigned long long maxPixels = kDefaultMaxPixels; // largest input picture read
+    VideoSettings video;                              // of a video output
     PreviewOptions preview;
 };
 

@@ -3,6 +3,7 @@
 #include "apps/cli/Mirrel.h"
 #include "apps/cli/Progress.h"
 #include "apps/common/Errors.h"
+#include "apps/video/VideoFile.h"
 
 #include <algorithm>
 #include <atomic>
@@ -17,14 +18,13 @@
 #include <thread>
 #include <tuple>
 
-namespace {
-
-// A render never writes over what it reads.
 void refuseInputAsOutput(std::string const& input, std::string const& output) {
     std::error_code ec;
     if (input == output || std::filesystem::equivalent(input, output, ec))
         throw UsageError("output " + inQuotes(output) + " is the input; choose another file");
 }
+
+namespace {
 
 // The lines of one field: 1 the upper (rows 0, 2, 4...), 2 the lower (rows 1, 3, 5...).
 Picture fieldOf(Picture const& frame, int field) {
@@ -48,8 +48,8 @@ Picture prepared(Picture picture, Options const& o) {
     return picture;
 }
 
-// The file keeps the input's depth and metadata; alpha is written when asked, or in `auto` when
-// the input had it or the result is not fully opaque.
+} // namespace
+
 FileLayout outputLayout(FileLayout layout, Options const& o, std::string const& input,
                         std::string const& output, Picture const& result) {
     if (o.outDepth != 0) {
@@ -66,6 +66,8 @@ FileLayout outputLayout(FileLayout layout, Options const& o, std::string const& 
     return layout;
 }
 
+namespace {
+
 // The size the first frame read set, which every frame of the sequence must have.
 struct FrameSize {
     std::mutex lock;
@@ -81,15 +83,35 @@ struct FrameSize {
     }
 };
 
-void renderLoaded(EffectSession& session, Options const& o, LoadedImage img,
-                  std::string const& input, std::string const& output, double frame) {
+} // namespace
+
+Picture renderFrame(EffectSession& session, Options const& o, Picture picture, double frame) {
     FrameRequest request;
     request.frame = frame;
     request.field = unsigned(o.field);
     request.scale = o.scale;
     request.argb = o.argb;
-    Picture result = session.render(prepared(std::move(img.picture), o), request);
+    Picture result = session.render(prepared(std::move(picture), o), request);
     if (o.showControls) session.drawControls(result, frame);
+    return result;
+}
+
+void applySettings(EffectSession& session, std::vector<Setting> settings,
+                   std::vector<Param> const& declared) {
+    for (Setting& s : settings) s.param = &session.params()[size_t(s.param - declared.data())];
+    session.apply(settings);
+}
+
+unsigned workerCount(Options const& o, size_t frames) {
+    unsigned jobs = o.jobs ? o.jobs : std::max(1u, std::thread::hardware_concurrency());
+    return unsigned(std::min<size_t>(jobs, frames));
+}
+
+namespace {
+
+void renderLoaded(EffectSession& session, Options const& o, LoadedImage img,
+                  std::string const& input, std::string const& output, double frame) {
+    Picture result = renderFrame(session, o, std::move(img.picture), frame);
     FileLayout const layout = outputLayout(img.layout, o, input, output, result);
     writeImage(output, std::move(result), layout);
 }
@@ -133,11 +155,6 @@ struct Tally {
     }
 };
 
-unsigned workerCount(Options const& o, size_t frames) {
-    unsigned jobs = o.jobs ? o.jobs : std::max(1u, std::thread::hardware_concurrency());
-    return unsigned(std::min<size_t>(jobs, frames));
-}
-
 void renderSequence(Options const& o, std::vector<Setting> const& settings,
                     std::vector<Param> const& declared, std::ostream& err) {
     // Both must be patterns and apart before anything is written.
@@ -163,9 +180,7 @@ void renderSequence(Options const& o, std::vector<Setting> const& settings,
     // Each worker drives its own plug-in instance; the core keeps no state between frames.
     auto work = [&] {
         EffectSession session(o.host);
-        std::vector<Setting> mine = settings;
-        for (Setting& s : mine) s.param = &session.params()[size_t(s.param - declared.data())];
-        session.apply(mine);
+        applySettings(session, settings, declared);
         for (size_t i; (i = next++) < frames.size();) {
             {
                 std::lock_guard<std::mutex> hold(tally.lock);
@@ -236,6 +251,8 @@ void renderSequence(Options const& o, std::vector<Setting> const& settings,
 void renderCommand(Options const& o, std::ostream& err) {
     EffectSession session(o.host);
     std::vector<Setting> settings = resolveValues(o.values, session.params());
+    if (isVideoFile(o.input) || isVideoFile(o.output))
+        return renderVideo(o, settings, session.params(), err);
     if (o.sequence) return renderSequence(o, settings, session.params(), err);
     refuseInputAsOutput(o.input, o.output);
     session.apply(settings);

@@ -65,7 +65,7 @@ std::string renderCommandLine(PreviewSession& session) {
                        shellQuoted(outputName(session.input()));
     if (isSequencePattern(session.input()))
         line += " --frames " + frameList(session.frames());
-    else if (session.frame() != 0.0)
+    else if (session.frame() != 0.0 && !session.frames().front().video) // a video renders whole
         line += " --frame " + exactNumber(session.frame());
     for (Param const& p : session.effect().params()) {
         if (p.kind == ParamKind::Group || !changed(p)) continue;

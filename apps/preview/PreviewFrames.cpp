@@ -1,10 +1,13 @@
 #include "apps/preview/PreviewFrames.h"
 
 #include "apps/common/Errors.h"
+#include "apps/video/VideoFile.h"
+#include "apps/video/VideoReader.h"
 
 #include <OpenImageIO/filesystem.h>
 
 #include <algorithm>
+#include <memory>
 #include <numeric>
 
 namespace {
@@ -27,6 +30,12 @@ bool isSequencePattern(std::string const& input) {
 }
 
 std::vector<PreviewFrame> previewFrames(std::string const& input) {
+    if (isVideoFile(input)) {
+        long const count = std::max(1L, VideoReader(input, 0).countFrames());
+        std::vector<PreviewFrame> frames;
+        for (long n = 0; n < count; ++n) frames.push_back({n, input, true});
+        return frames;
+    }
     std::string pattern = normalized(input);
     if (pattern.empty()) return {{0, input}};
     std::vector<int> numbers;
@@ -40,4 +49,18 @@ std::vector<PreviewFrame> previewFrames(std::string const& input) {
     std::vector<PreviewFrame> frames;
     for (size_t i : order) frames.push_back({numbers[i], files[i]});
     return frames;
+}
+
+Picture videoFrame(std::string const& path, long number) {
+    // The preview's one session reads on one thread.
+    static std::unique_ptr<VideoReader> reader;
+    static std::string open;
+    if (!reader || open != path) {
+        reader = std::make_unique<VideoReader>(path, 0);
+        open = path;
+    }
+    VideoFrame f;
+    if (!reader->frameAt(number, f))
+        throw Failure("video " + inQuotes(path) + " has no frame " + std::to_string(number));
+    return std::move(f.picture);
 }

@@ -129,7 +129,8 @@ void PreviewSession::mouse(json const& request) {
 
 Picture const& PreviewSession::source() {
     if (m_loadedIndex != long(m_frameIndex)) {
-        m_source = m_pictures.read(m_frames[m_frameIndex].path);
+        PreviewFrame const& f = m_frames[m_frameIndex];
+        m_source = f.video ? videoFrame(f.path, f.number) : m_pictures.read(f.path);
         m_loadedIndex = long(m_frameIndex);
     }
     return m_source;
