@@ -122,7 +122,8 @@ void BoundedHttpServer::endConnections() {
 bool BoundedHttpServer::process_and_close_socket(socket_t sock) {
     bool done = false;
     if (++m_active <= m_limits.connections) {
-        DeadlineStream stream(sock, m_ended, m_limits.requestTime, m_limits.requestBytes);
+        // The body's limit, and as much again for the request line and headers.
+        DeadlineStream stream(sock, m_ended, m_limits.requestTime, 2 * m_limits.requestBytes);
         bool closed = false;
         done = process_request(stream, true, closed, nullptr);
     } else {

@@ -6,7 +6,7 @@
 #include <cstddef>
 
 // httplib's server with every connection bounded, so that slow or many clients cannot hold it:
-// one request per connection, which must arrive whole (at most `requestBytes`) within
+// one request per connection, which must arrive whole (a body of at most `requestBytes`) within
 // `requestTime`, and whose answer must be taken within `requestTime` again; at most
 // `connections` at once, any more answered 503 at once rather than queued. endConnections()
 // ends every read and write in progress, so that only a handler still running delays a stop.

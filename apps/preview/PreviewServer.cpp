@@ -130,6 +130,7 @@ struct PreviewServer::Impl {
                 if (head != std::string::npos)
                     body.insert(head, "<meta name=\"mirrel-token\" content=\"" + token + "\">\n");
                 res.set_header("Cache-Control", "no-store");
+                res.set_header("X-Frame-Options", "DENY"); // no page shows it to steer clicks
                 res.set_content(body, std::string(f.type).c_str());
             });
         http.Get("/api/state", [this](httplib::Request const&, httplib::Response& res) {
