@@ -15,6 +15,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <condition_variable>
 #include <cstring>
 #include <functional>
 #include <mutex>
@@ -39,8 +40,12 @@ std::string randomToken() {
 
 struct PreviewServer::Impl {
     PreviewSession& session;
-    // The session's; a request that cannot have it within this time is answered busy.
-    std::timed_mutex lock;
+    // The session, one request at a time; a request that cannot have it within kWait is
+    // answered busy. (A gate rather than a timed mutex, whose timed wait the thread sanitizer
+    // does not see.)
+    std::mutex gate;
+    std::condition_variable opened;
+    bool held = false;
     static constexpr std::chrono::seconds kWait{15};
     // Held while the save file is written, and for good by abandon().
     std::mutex saving;
@@ -86,11 +91,22 @@ struct PreviewServer::Impl {
 
     // Runs the handler under the session's lock and turns refusals into their status.
     void guarded(httplib::Response& res, std::function<void()> const& handler) {
-        std::unique_lock<std::timed_mutex> hold(lock, kWait);
-        if (!hold) {
-            res.set_header("Retry-After", "1");
-            return answer(res, 503, {{"error", "the preview is busy drawing; try again"}});
+        {
+            std::unique_lock<std::mutex> waiting(gate);
+            if (!opened.wait_for(waiting, kWait, [this] { return !held; })) {
+                res.set_header("Retry-After", "1");
+                return answer(res, 503, {{"error", "the preview is busy drawing; try again"}});
+            }
+            held = true;
         }
+        struct Release {
+            Impl& m;
+            ~Release() {
+                std::lock_guard<std::mutex> closing(m.gate);
+                m.held = false;
+                m.opened.notify_one();
+            }
+        } release{*this};
         try {
             handler();
         } catch (PreviewRefusal const& e) {
