@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -107,6 +108,12 @@ void previewCommand(PreviewOptions const& o, PreviewPictures const& pictures, st
             << std::endl;
     int signal = 0;
     sigwait(&ending, &signal);
-    server.stop();
+    if (!server.stop(std::chrono::milliseconds(500))) {
+        // A frame is still being drawn, which cannot be interrupted; nothing it does needs
+        // finishing, so the process ends without it.
+        server.abandon();
+        out << "mirrel preview: stopped (the frame being drawn was abandoned)" << std::endl;
+        std::_Exit(0);
+    }
     out << "mirrel preview: stopped" << std::endl;
 }

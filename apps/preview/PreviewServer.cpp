@@ -1,6 +1,8 @@
 #include "apps/preview/PreviewServer.h"
 
 #include "apps/common/Errors.h"
+#include "apps/common/ParamLookup.h"
+#include "apps/preview/BoundedHttpServer.h"
 #include "apps/preview/PngEncode.h"
 #include "apps/preview/PreviewExport.h"
 #include "apps/preview/PreviewPage.h"
@@ -9,21 +11,78 @@
 #include <httplib.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
+#include <condition_variable>
+#include <cstring>
 #include <functional>
 #include <mutex>
+#include <random>
 
 using nlohmann::json;
 
+namespace {
+
+std::string randomToken() {
+    std::random_device random;
+    std::string token;
+    for (int i = 0; i < 4; ++i) {
+        char part[9];
+        std::snprintf(part, sizeof part, "%08x", unsigned(random()));
+        token += part;
+    }
+    return token;
+}
+
+} // namespace
+
 struct PreviewServer::Impl {
     PreviewSession& session;
-    std::mutex lock;
-    httplib::Server http;
+    // The session, one request at a time; a request that cannot have it within kWait is
+    // answered busy. (A gate rather than a timed mutex, whose timed wait the thread sanitizer
+    // does not see.)
+    std::mutex gate;
+    std::condition_variable opened;
+    bool held = false;
+    static constexpr std::chrono::seconds kWait{15};
+    // Held while the save file is written, and for good by abandon().
+    std::mutex saving;
+    BoundedHttpServer http{{}};
+    std::string token = randomToken();
     int port = 0;
     std::atomic<bool> serving{false}, stopping{false}, finished{false};
 
     explicit Impl(PreviewSession& s) : session(s) {}
+
+    // Only the page this server serves may use it: other web pages the browser shows, and
+    // names rebound to 127.0.0.1, are refused. A page on another origin learns nothing of the
+    // answers, but could still send changes: those must carry the token that only this page
+    // holds, in a header that such a page cannot send without asking first.
+    std::string refusal(httplib::Request const& req) const {
+        std::string const p = std::to_string(port);
+        std::string host = lowercase(req.get_header_value("Host"));
+        if (host != "127.0.0.1:" + p && host != "localhost:" + p)
+            return "the preview answers only requests for 127.0.0.1:" + p;
+        if (req.has_header("Origin")) {
+            std::string origin = lowercase(req.get_header_value("Origin"));
+            if (origin != "http://127.0.0.1:" + p && origin != "http://localhost:" + p)
+                return "the preview answers only its own page";
+        }
+        std::string site = req.get_header_value("Sec-Fetch-Site");
+        if (req.path.rfind("/api/", 0) == 0 && !site.empty() && site != "same-origin" &&
+            site != "none")
+            return "the preview answers only its own page";
+        if (req.method == "GET" || req.method == "HEAD") return {};
+        std::string type = req.get_header_value("Content-Type");
+        type = lowercase(type.substr(0, type.find(';')));
+        type.erase(std::remove(type.begin(), type.end(), ' '), type.end());
+        if (type != "application/json") return "a change must be sent as application/json";
+        if (req.get_header_value("X-Mirrel-Token") != token)
+            return "a change must come from the preview's own page";
+        return {};
+    }
 
     static void answer(httplib::Response& res, int status, json const& body) {
         res.status = status;
@@ -32,7 +91,22 @@ struct PreviewServer::Impl {
 
     // Runs the handler under the session's lock and turns refusals into their status.
     void guarded(httplib::Response& res, std::function<void()> const& handler) {
-        std::lock_guard<std::mutex> hold(lock);
+        {
+            std::unique_lock<std::mutex> waiting(gate);
+            if (!opened.wait_for(waiting, kWait, [this] { return !held; })) {
+                res.set_header("Retry-After", "1");
+                return answer(res, 503, {{"error", "the preview is busy drawing; try again"}});
+            }
+            held = true;
+        }
+        struct Release {
+            Impl& m;
+            ~Release() {
+                std::lock_guard<std::mutex> closing(m.gate);
+                m.held = false;
+                m.opened.notify_one();
+            }
+        } release{*this};
         try {
             handler();
         } catch (PreviewRefusal const& e) {
@@ -57,9 +131,23 @@ struct PreviewServer::Impl {
     }
 
     void routes() {
+        http.set_pre_routing_handler([this](httplib::Request const& req, httplib::Response& res) {
+            std::string why = refusal(req);
+            if (why.empty()) return httplib::Server::HandlerResponse::Unhandled;
+            answer(res, 403, {{"error", why}});
+            return httplib::Server::HandlerResponse::Handled;
+        });
         for (PageFile const& f : previewPage())
-            http.Get(std::string(f.path), [f](httplib::Request const&, httplib::Response& res) {
-                res.set_content(f.body.data(), f.body.size(), std::string(f.type).c_str());
+            http.Get(std::string(f.path), [this, f](httplib::Request const&,
+                                                    httplib::Response& res) {
+                std::string body(f.body);
+                // The page reads its token from here; see refusal().
+                size_t head = f.path == "/" ? body.find("</head>") : std::string::npos;
+                if (head != std::string::npos)
+                    body.insert(head, "<meta name=\"mirrel-token\" content=\"" + token + "\">\n");
+                res.set_header("Cache-Control", "no-store");
+                res.set_header("X-Frame-Options", "DENY"); // no page shows it to steer clicks
+                res.set_content(body, std::string(f.type).c_str());
             });
         http.Get("/api/state", [this](httplib::Request const&, httplib::Response& res) {
             guarded(res, [&] { answer(res, 200, session.state()); });
@@ -93,7 +181,10 @@ struct PreviewServer::Impl {
             });
         });
         http.Post("/api/save", [this](httplib::Request const&, httplib::Response& res) {
-            guarded(res, [&] { answer(res, 200, {{"saved", session.save()}}); });
+            guarded(res, [&] {
+                std::lock_guard<std::mutex> writing(saving);
+                answer(res, 200, {{"saved", session.save()}});
+            });
         });
     }
 };
@@ -103,16 +194,26 @@ PreviewServer::PreviewServer(PreviewSession& session) : m(std::make_unique<Impl>
 }
 
 PreviewServer::~PreviewServer() {
-    stop();
+    stop(std::chrono::milliseconds::max());
 }
 
 int PreviewServer::bind(int port) {
+    errno = 0;
     m->port = port == 0 ? m->http.bind_to_any_port("127.0.0.1")
                         : (m->http.bind_to_port("127.0.0.1", port) ? port : -1);
-    if (m->port <= 0)
-        throw Failure("cannot listen on 127.0.0.1" + (port ? ":" + std::to_string(port) : "") +
-                      (port ? " (is the port in use?)" : ""));
-    return m->port;
+    int error = errno;
+    if (m->port > 0) return m->port;
+    std::string where = "127.0.0.1" + (port ? ":" + std::to_string(port) : "");
+    if (error == EADDRINUSE)
+        throw Failure("cannot listen on " + where +
+                      ": the port is in use (another preview or program listens on it); choose "
+                      "another --port, or none for a free one");
+    throw Failure("cannot listen on " + where +
+                  (error ? std::string(": ") + std::strerror(error) : ""));
+}
+
+std::string const& PreviewServer::token() const {
+    return m->token;
 }
 
 std::string PreviewServer::address() const {
@@ -132,12 +233,22 @@ void PreviewServer::start() {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
-void PreviewServer::stop() {
-    // The server only stops once it listens; a stop that comes first waits for that.
+bool PreviewServer::stop(std::chrono::milliseconds grace) {
+    // The server only stops once it listens; a stop that comes first waits for that. Reads and
+    // writes end at once; a handler still running is waited for, up to the grace.
     m->stopping = true;
+    m->http.endConnections();
+    auto now = std::chrono::steady_clock::now();
+    auto until = grace >= std::chrono::hours(24) ? now.max() : now + grace;
     while (m->serving) {
         m->http.stop();
+        if (std::chrono::steady_clock::now() > until) return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     if (m_thread.joinable()) m_thread.join();
+    return true;
+}
+
+void PreviewServer::abandon() {
+    m->saving.lock(); // a save in progress ends first, and none starts after
 }

@@ -99,7 +99,12 @@ void PreviewSession::setFrame(json const& request) {
                            [&](PreviewFrame const& fr) { return double(fr.number) == f; });
     if (at == m_frames.end())
         throw PreviewRefusal(400, "frame " + exactNumber(f) + " is not a frame of the input");
-    m_frameIndex = size_t(at - m_frames.begin());
+    // Its picture is read first: a file gone since the start is refused, the playhead stays.
+    size_t index = size_t(at - m_frames.begin());
+    Picture picture = m_pictures.read(at->path);
+    m_source = std::move(picture);
+    m_loadedIndex = long(index);
+    m_frameIndex = index;
     m_effect.host().setCurrentTime(frame());
     ++m_version;
 }

@@ -19,9 +19,14 @@ function send(path, body, coalesce) {
   pump();
 }
 
+// The server takes changes only with the token it put into this page.
+const token = document.querySelector('meta[name="mirrel-token"]')?.content ?? '';
+
 async function request(path, body) {
   const init = body === undefined ? {} : {
-    method: 'POST', headers: { 'Content-Type': 'application/json' }, body: JSON.stringify(body) };
+    method: 'POST',
+    headers: { 'Content-Type': 'application/json', 'X-Mirrel-Token': token },
+    body: JSON.stringify(body) };
   const res = await fetch(path, init);
   const data = await res.json();
   if (!res.ok) throw new Error(data.error || res.statusText);

@@ -59,14 +59,16 @@ struct Served {
     PreviewServer server{session};
     std::unique_ptr<httplib::Client> client;
     std::string address;
+    int port = 0;
 
     explicit Served(std::string const& input, std::string const& save = {})
         : session(input,
                   {[](std::string const& f) { return readImage(f, 0).picture; }, resizePicture},
                   save) {
-        int port = server.bind(0);
+        port = server.bind(0);
         server.start();
         client = std::make_unique<httplib::Client>("127.0.0.1", port);
+        client->set_default_headers({{"X-Mirrel-Token", server.token()}});
         address = server.address();
     }
 

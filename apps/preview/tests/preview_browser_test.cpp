@@ -188,3 +188,34 @@ TEST(PreviewBrowser, DraggingAHandleWithTheMouseMovesItsParameterAndThePicture) 
 }
 
 } // namespace
+
+TEST(PreviewBrowser, APageOnAnotherOriginCannotChangeThePreview) {
+    if (access(MIRREL_CHROMIUM, X_OK) != 0 || access(MIRREL_CHROMEDRIVER, X_OK) != 0)
+        GTEST_SKIP() << "chromium or chromedriver is not installed";
+    Scratch scratch;
+    Served s(writeSample(scratch("in.png"), 32, 24), scratch("saved.json"));
+    httplib::Server other; // another site on this machine, which the user happens to visit
+    other.Get("/", [](httplib::Request const&, httplib::Response& res) {
+        res.set_content("<title>elsewhere</title>", "text/html");
+    });
+    int port = other.bind_to_any_port("127.0.0.1");
+    std::thread serving([&] { other.listen_after_bind(); });
+    Browser browser(scratch("profile"), std::string(MIRREL_ARTEFACTS) + "/chromedriver.log");
+    ASSERT_TRUE(browser.ready()) << "chromedriver started no session; see chromedriver.log";
+    browser.session("POST", "/url", json{{"url", "http://127.0.0.1:" + std::to_string(port)}});
+    // What a page may send without asking: plain text, or JSON after a preflight.
+    json sent =
+        browser.script("const to = '" + s.address +
+                       "api/', body = '{\"label\": \"Fade Length\", \"value\": 60}';"
+                       "return Promise.allSettled(["
+                       "  fetch(to + 'value', {method: 'POST', mode: 'no-cors', body}),"
+                       "  fetch(to + 'save', {method: 'POST', mode: 'no-cors', body: '{}'}),"
+                       "  fetch(to + 'value', {method: 'POST', body,"
+                       "                       headers: {'Content-Type': 'application/json'}})"
+                       "]).then(r => r.map(x => x.status));");
+    EXPECT_EQ(sent, json({"fulfilled", "fulfilled", "rejected"}));
+    EXPECT_EQ(s.state()["version"], 0) << "no change";
+    EXPECT_FALSE(fs::exists(scratch("saved.json")));
+    other.stop();
+    serving.join();
+}

@@ -176,9 +176,27 @@ TEST(PreviewHttp, BadRequestsAnswer4xxAndChangeNothing) {
         char const* path;
         std::string body;
         int status;
+        httplib::Headers headers = {}; // a client of the page's own, when none
+        char const* type = "application/json";
     };
     auto j = [](json const& v) { return v.dump(); };
+    std::string const own = "127.0.0.1:" + std::to_string(s.port),
+                      fade = j({{"label", "Fade Length"}, {"value", 60}});
+    // Other web pages, names rebound to 127.0.0.1, and changes without the page's token.
+    httplib::Headers const token = {{"X-Mirrel-Token", s.server.token()}};
+    auto with = [&](httplib::Headers h) {
+        h.insert(token.begin(), token.end());
+        return h;
+    };
     Case const cases[] = {
+        {"/api/value", fade, 403, with({{"Host", "evil.example:" + std::to_string(s.port)}})},
+        {"/api/value", fade, 403, with({{"Host", own}, {"Origin", "http://evil.example"}})},
+        {"/api/value", fade, 403, with({{"Host", own}, {"Origin", "http://127.0.0.1:1"}})},
+        {"/api/value", fade, 403, with({{"Host", own}, {"Sec-Fetch-Site", "same-site"}})},
+        {"/api/value", fade, 403, with({{"Host", own}}), "text/plain"},
+        {"/api/value", fade, 403, {{"Host", own}}},
+        {"/api/value", fade, 403, {{"Host", own}, {"X-Mirrel-Token", "0"}}},
+        {"/api/save", "{}", 403, {{"Host", own}}, "text/plain"},
         {"/api/value", j({{"label", "Fade Lenght"}, {"value", 60}}), 404},
         {"/api/value", j({{"label", "3D Transform"}, {"value", 1}}), 404},
         {"/api/value", j({{"label", "Fade Length"}, {"value", 500.5}}), 400},
@@ -205,7 +223,12 @@ TEST(PreviewHttp, BadRequestsAnswer4xxAndChangeNothing) {
     std::string frame = s.bytes("/api/frame.png");
     for (Case const& c : cases) {
         SCOPED_TRACE(std::string(c.path) + " " + c.body);
-        auto [status, answer] = s.post(c.path, c.body);
+        auto [status, answer] = c.headers.empty() ? s.post(c.path, c.body) : [&] {
+            httplib::Client bare("127.0.0.1", s.port);
+            auto r = bare.Post(c.path, c.headers, c.body, c.type);
+            return r ? std::pair(r->status, json::parse(r->body, nullptr, false))
+                     : std::pair(0, json());
+        }();
         EXPECT_EQ(status, c.status);
         if (std::string(c.path) != "/api/nothing") {
             EXPECT_TRUE(answer.contains("error"));
@@ -213,6 +236,12 @@ TEST(PreviewHttp, BadRequestsAnswer4xxAndChangeNothing) {
         EXPECT_EQ(s.state(), before);
     }
     EXPECT_EQ(s.bytes("/api/frame.png"), frame);
+    // Reads too, from a name rebound to 127.0.0.1; the page's other name is its own.
+    for (auto [host, status] : {std::pair{"evil.example", 403}, {"localhost", 200}}) {
+        httplib::Client bare("127.0.0.1", s.port);
+        auto r = bare.Get("/api/export", {{"Host", host + (":" + std::to_string(s.port))}});
+        EXPECT_EQ(r ? r->status : 0, status) << host;
+    }
 }
 
 TEST(PreviewHttp, KeysAreSetAtThePlayheadOfASequence) {
@@ -249,6 +278,13 @@ TEST(PreviewHttp, KeysAreSetAtThePlayheadOfASequence) {
 
     ASSERT_EQ(code(s, "/api/keys/clear", {{"label", "Zoom"}}), 200);
     EXPECT_EQ(s.get("/api/preset"), json({{"Zoom", 4.0 / 3}}));
+
+    // A frame whose file is gone since the start is refused, and the playhead stays.
+    fs::remove(scratch("shot.4.png"));
+    EXPECT_GE(code(s, "/api/frame", {{"frame", 4}}), 400);
+    EXPECT_EQ(s.state()["frame"], 2);
+    ASSERT_EQ(code(s, "/api/value", {{"label", "Zoom"}, {"value", 3}}), 200);
+    EXPECT_EQ(paramOf(s.state(), "Zoom")["value"], 3);
 }
 
 } // namespace
