@@ -1,11 +1,12 @@
 #pragma once
+#include "apps/cli/ExportCommand.h"
 #include "apps/cli/ImageFile.h"
 #include "apps/preview/PreviewCommand.h"
 
 #include <string>
 #include <vector>
 
-enum class Command { Render, Demo, Params, Preview, Help, Version };
+enum class Command { Render, Demo, Params, Preview, Export, Help, Version };
 
 // A value source in command-line order: a --set text or a --preset file.
 struct ValueSource {
@@ -39,6 +40,7 @@ struct Options {
     unsigned jobs = 0;                                // frames rendered at once; 0 one per core
     unsigned long long maxPixels = kDefaultMaxPixels; // largest input picture read
     PreviewOptions preview;
+    ExportOptions exportOptions;
 };
 
 // The arguments after the program name. Throws UsageError.
