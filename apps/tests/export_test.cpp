@@ -64,7 +64,7 @@ TEST(Export, HostsRenderWhatTheCommandRenders) {
               0);
     for (int n = 1; n <= 3; ++n)
         EXPECT_EQ(pixels("melt." + std::to_string(n) + ".png"), render(n)) << "frame " << n;
-    fs::remove_all(d);
+    std::filesystem::remove_all(d);
 #endif
 }
 
