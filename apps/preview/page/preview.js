@@ -167,7 +167,7 @@ function drawControls() {
 
 // For tests and for the eye: the frame's place and whether everything asked for is shown.
 window.mirrelView = () => ({ ...placed(), zoom: view.zoom });
-window.mirrelIdle = () => !busy && !queue.length && !picture.loading && !controls.loading &&
+window.mirrelIdle = () => state !== null && controls.shown !== null && !busy && !queue.length && !picture.loading && !controls.loading &&
   controls.shown === controls.wanted && ($('mode').value === 'wireframe' || picture.shown === picture.wanted);
 
 // ---- The canvas: a press goes to the effect's on-screen controls on the server, in fractions
