@@ -5,6 +5,7 @@
 
 #include <frei0r.h>
 
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
