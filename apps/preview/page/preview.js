@@ -167,7 +167,7 @@ function drawControls() {
 
 // For tests and for the eye: the frame's place and whether everything asked for is shown.
 window.mirrelView = () => ({ ...placed(), zoom: view.zoom });
-window.mirrelIdle = () => state !== null && controls.shown !== null && !busy && !queue.length && !picture.loading && !controls.loading &&
+window.mirrelIdle = () => state !== null && controls.shown !== null && !exporting && !busy && !queue.length && !picture.loading && !controls.loading &&
   controls.shown === controls.wanted && ($('mode').value === 'wireframe' || picture.shown === picture.wanted);
 
 // ---- The canvas: a press goes to the effect's on-screen controls on the server, in fractions
@@ -435,7 +435,9 @@ function table(list) {
   return t;
 }
 
+let exporting = 0;
 async function refreshExport() {
+  ++exporting;
   try {
     const e = await request('/api/export'), h = e.hosts;
     const blocks = $('export-blocks');
@@ -452,6 +454,8 @@ async function refreshExport() {
     block(blocks, 'Preset', preset, pre(preset, 'export-preset'));
   } catch (err) {
     message(err.message);
+  } finally {
+    --exporting;
   }
 }
 
