@@ -61,8 +61,8 @@ class PreviewSession {
     // the controls' hit areas are measured.
     void mouse(nlohmann::json const& request);
 
-    // {"key": true}: arrow keys move the handle the last press grabbed by dx, dy frame pixels
-    // ({"dx", "dy"}), through the on-screen controls as a short drag.
+    // {"dx", "dy"}: moves the shape the last press grabbed by that many frame pixels (the arrow
+    // keys), through the on-screen controls as a short drag.
     void nudge(nlohmann::json const& request);
     // Every change of values (an edit, a drag, a nudge, keys cleared) can be undone and redone;
     // the values and keys come back exactly. An edit with "merge" true joins the step before when
