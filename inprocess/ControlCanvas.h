@@ -5,10 +5,17 @@
 // Render mode in software over an 8-bit RGBA or ARGB picture: lines at the current width,
 // points as squares or, with GL_POINT_SMOOTH, discs of the current size, in the current colour.
 // Drawing units are pixels; y runs upwards when the host's does. Quads are not drawn: controls
-// draw them only to be picked.
+// draw them only to be picked. The drawing may be smaller than the picture and stand at an
+// origin in it (a zoomed frame within a canvas with room around it); it is not clipped to its
+// own size, so points beyond the frame show in that room.
 class ControlCanvas : public FxGLContext {
   public:
-    ControlCanvas(InProcessImage const& image, bool yUp) : m_image(image), m_yUp(yUp) {}
+    ControlCanvas(InProcessImage const& image, bool yUp)
+        : ControlCanvas(image, yUp, image.height, 0, 0) {}
+    ControlCanvas(InProcessImage const& image, bool yUp, int drawingHeight, int originX,
+                  int originY)
+        : m_image(image), m_yUp(yUp), m_drawingHeight(drawingHeight), m_originX(originX),
+          m_originY(originY) {}
 
     void loadName(GLuint) override {}
     void getIntegerv(GLenum pname, GLint* params) override {
@@ -32,11 +39,12 @@ class ControlCanvas : public FxGLContext {
     void point(double x, double y);
     void plot(int column, int row);
     // Pixel centre of a drawing position.
-    double column(double x) const { return x - 0.5; }
-    double row(double y) const { return m_yUp ? m_image.height - y - 0.5 : y - 0.5; }
+    double column(double x) const { return m_originX + x - 0.5; }
+    double row(double y) const { return m_originY + (m_yUp ? m_drawingHeight - y - 0.5 : y - 0.5); }
 
     InProcessImage m_image;
     bool m_yUp;
+    int m_drawingHeight, m_originX, m_originY;
     unsigned char m_rgb[3] = {255, 255, 255};
     float m_lineWidth = 1.0f, m_pointSize = 1.0f;
     bool m_smooth = false;

@@ -269,11 +269,16 @@ bool InProcessHost::mouseUp(double x, double y, double time) {
 }
 
 bool InProcessHost::drawControls(InProcessImage const& canvas, double time) {
+    return drawControls(canvas, canvas.width, canvas.height, 0, 0, time);
+}
+
+bool InProcessHost::drawControls(InProcessImage const& canvas, int width, int height, int originX,
+                                 int originY, double time) {
     if (!m_overlay || !usable(canvas) || canvas.depth != 8 ||
         (canvas.pixelFormat != kFxPixelFormat_RGBA && canvas.pixelFormat != kFxPixelFormat_ARGB))
         return false;
-    ControlCanvas context(canvas, yUp());
+    ControlCanvas context(canvas, yUp(), height, originX, originY);
     FxGLScope scope(context);
-    m_overlay->drawOSC_height_activePart_time(canvas.width, canvas.height, 0, time);
+    m_overlay->drawOSC_height_activePart_time(width, height, 0, time);
     return true;
 }

@@ -116,6 +116,10 @@ class InProcessHost {
     bool mouseUp(double x, double y, double time);
     // Draws the controls over an 8-bit RGBA or ARGB picture, at its size.
     bool drawControls(InProcessImage const& canvas, double time);
+    // The same for a frame shown at width x height with its top left corner at (originX,
+    // originY) of the canvas: the controls and their hit areas keep their size on screen.
+    bool drawControls(InProcessImage const& canvas, int width, int height, int originX, int originY,
+                      double time);
 
     // --- Failure injection, for tests ---------------------------------------------------------
     // Makes apiForProtocol answer null for one protocol (true) or the object again (false).

@@ -215,6 +215,7 @@ Options parseArguments(std::vector<std::string> const& given) {
     CLI::App* demo = addDemo(app, o);
     CLI::App* params = addParams(app, o);
     CLI::App* preview = addPreviewCommand(app, o.preview);
+    CLI::App* exportCmd = addExportCommand(app, o.exportOptions);
 
     if (args[0].empty() || args[0][0] != '-') {
         std::string known;
@@ -275,6 +276,8 @@ Options parseArguments(std::vector<std::string> const& given) {
         o.command = Command::Params;
     } else if (preview->parsed()) {
         o.command = Command::Preview;
+    } else if (exportCmd->parsed()) {
+        o.command = Command::Export;
     } else {
         throw UsageError("no command given; try mirrel --help");
     }

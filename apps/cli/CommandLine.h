@@ -1,4 +1,5 @@
 #pragma once
+#include "apps/cli/ExportCommand.h"
 #include "apps/cli/ImageFile.h"
 #include "apps/preview/PreviewCommand.h"
 #include "apps/video/VideoWriter.h"
@@ -6,7 +7,7 @@
 #include <string>
 #include <vector>
 
-enum class Command { Render, Demo, Params, Preview, Help, Version };
+enum class Command { Render, Demo, Params, Preview, Export, Help, Version };
 
 // A value source in command-line order: a --set text or a --preset file.
 struct ValueSource {
@@ -41,6 +42,7 @@ struct Options {
     unsigned long long maxPixels = kDefaultMaxPixels; // largest input picture read
     VideoSettings video;                              // of a video output
     PreviewOptions preview;
+    ExportOptions exportOptions;
 };
 
 // The arguments after the program name. Throws UsageError.

@@ -42,6 +42,9 @@ int runMirrel(std::vector<std::string> const& args, std::ostream& out, std::ostr
                 {[](std::string const& path) { return readImage(path, 0).picture; }, resizePicture},
                 out);
             break;
+        case Command::Export:
+            exportCommand(o.exportOptions, out);
+            break;
         case Command::Demo:
             demoCommand(o);
             out << "wrote " << o.output << "\n";

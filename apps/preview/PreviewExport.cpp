@@ -1,6 +1,6 @@
 #include "apps/preview/PreviewExport.h"
 
-#include "apps/frei0r/Frei0rMapping.h"
+#include "apps/common/HostExport.h"
 #include "apps/preview/PreviewSession.h"
 #include "apps/preview/PreviewValues.h"
 
@@ -79,11 +79,22 @@ std::string renderCommandLine(PreviewSession& session) {
     return line;
 }
 
-std::string ffmpegFilter(PreviewSession& session) {
-    ParameterStore const& store = session.effect().host().params();
-    std::string values;
-    for (Frei0rParam const& f : frei0rParams(session.effect().params()))
-        values += (values.empty() ? "" : "|") +
-                  frei0rText(f, userValueAt(store, *f.param, session.frame()));
-    return "frei0r=filter_name=mirrel:filter_params=" + values;
+json exportJson(PreviewSession& session) {
+    EffectSession& effect = session.effect();
+    double frame = session.frame();
+    json hosts = {{"ffmpeg", ffmpegExport(effect, frame)}, {"melt", meltExport(effect)}};
+    try {
+        hosts["gst"] = gstExport(effect, frame);
+    } catch (std::exception const& e) {
+        hosts["gstError"] = e.what();
+    }
+    for (auto [name, editor] :
+         {std::pair{"kdenlive", Editor::Kdenlive}, {"shotcut", Editor::Shotcut}}) {
+        json list = json::array();
+        for (TypedValue const& v : editorExport(effect, frame, editor))
+            list.push_back({{"label", v.label}, {"text", v.text}, {"unit", v.unit}});
+        hosts[name] = list;
+    }
+    return {
+        {"preset", presetJson(session)}, {"command", renderCommandLine(session)}, {"hosts", hosts}};
 }

@@ -12,6 +12,7 @@ nlohmann::json presetJson(PreviewSession& session);
 // The `mirrel render` command line that renders the same: the input (the frame at the playhead,
 // or the whole sequence) into a file named after it in the current folder.
 std::string renderCommandLine(PreviewSession& session);
-// The ffmpeg filter of the frei0r plug-in with the values at the playhead (frei0r parameters
-// are not animated by ffmpeg).
-std::string ffmpegFilter(PreviewSession& session);
+// Everything the export panel shows: the preset, the command line, and the strings of the
+// frei0r hosts (`mirrel export`) with the values at the playhead where a host does not animate
+// them; a host that cannot take the values has an error in place of its string.
+nlohmann::json exportJson(PreviewSession& session);

@@ -47,7 +47,8 @@ json PreviewSession::state() {
     json frames = json::array();
     for (PreviewFrame const& f : m_frames) frames.push_back(f.number);
     Picture const& s = source();
-    return {{"version", m_version},   {"input", m_input},       {"width", s.width},
-            {"height", s.height},     {"frame", frame()},       {"frames", frames},
-            {"dragging", m_dragging}, {"savePath", m_savePath}, {"groups", groups}};
+    return {{"version", m_version},       {"input", m_input},          {"width", s.width},
+            {"height", s.height},         {"frame", frame()},          {"frames", frames},
+            {"dragging", m_dragging},     {"savePath", m_savePath},    {"groups", groups},
+            {"canUndo", !m_undo.empty()}, {"canRedo", !m_redo.empty()}};
 }

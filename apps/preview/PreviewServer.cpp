@@ -156,11 +156,14 @@ struct PreviewServer::Impl {
         edit("/api/keys/clear", &PreviewSession::clearKeys);
         edit("/api/frame", &PreviewSession::setFrame);
         edit("/api/mouse", &PreviewSession::mouse);
+        edit("/api/nudge", &PreviewSession::nudge);
+        edit("/api/undo", &PreviewSession::undo);
+        edit("/api/redo", &PreviewSession::redo);
         http.Get("/api/frame.png", [this](httplib::Request const& req, httplib::Response& res) {
             guarded(res, [&] {
-                bool proxy = req.get_param_value("proxy") == "1";
-                bool controls = req.get_param_value("controls") != "0";
-                std::string png = encodePng(session.picture(proxy, controls));
+                json query = json::object();
+                for (auto const& [name, value] : req.params) query[name] = value;
+                std::string png = encodePng(session.picture(query));
                 res.set_header("Cache-Control", "no-store");
                 res.set_content(png, "image/png");
             });
@@ -173,12 +176,7 @@ struct PreviewServer::Impl {
             });
         });
         http.Get("/api/export", [this](httplib::Request const&, httplib::Response& res) {
-            guarded(res, [&] {
-                answer(res, 200,
-                       {{"preset", presetJson(session)},
-                        {"command", renderCommandLine(session)},
-                        {"ffmpeg", ffmpegFilter(session)}});
-            });
+            guarded(res, [&] { answer(res, 200, exportJson(session)); });
         });
         http.Post("/api/save", [this](httplib::Request const&, httplib::Response& res) {
             guarded(res, [&] {

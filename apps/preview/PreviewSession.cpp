@@ -80,6 +80,9 @@ void PreviewSession::setValue(json const& request) {
             throw PreviewRefusal(400, "\"key\" must be true or false");
         key = key || request["key"].get<bool>();
     }
+    bool merge = request.value("merge", false) == true && m_lastEdit == p.name;
+    if (!merge) record();
+    m_lastEdit = p.name;
     m_effect.apply({{&p, key, frame(), v}});
     ++m_version;
 }
@@ -88,6 +91,7 @@ void PreviewSession::clearKeys(json const& request) {
     if (m_dragging) throw PreviewRefusal(409, "a drag on the canvas is in progress");
     Param const& p = paramOf(request);
     UserValue v = userValueAt(m_effect.host().params(), p, frame());
+    record();
     m_effect.apply({{&p, false, 0.0, v}});
     ++m_version;
 }
@@ -118,6 +122,8 @@ void PreviewSession::mouse(json const& request) {
     InProcessHost& host = m_effect.host();
     if (t == "down") {
         int width = canvasSide(request, "width"), height = canvasSide(request, "height");
+        m_grabbed = host.activePartAt(x, y, width, height, frame());
+        m_beforePress = snapshot();
         host.mouseDown(x, y, width, height, frame());
         m_dragging = true;
     } else {
@@ -127,8 +133,86 @@ void PreviewSession::mouse(json const& request) {
         } else {
             host.mouseUp(x, y, frame());
             m_dragging = false;
+            if (snapshot() != m_beforePress) {
+                m_undo.push_back(std::move(m_beforePress));
+                m_redo.clear();
+                m_lastEdit.clear();
+            }
         }
     }
+    ++m_version;
+}
+
+PreviewSession::Snapshot PreviewSession::snapshot() {
+    Snapshot s;
+    for (Param const& p : m_effect.params()) s.push_back({p.value, p.keys});
+    return s;
+}
+
+void PreviewSession::restore(Snapshot const& s) {
+    InProcessHost& host = m_effect.host();
+    std::vector<Param> const& params = m_effect.params();
+    for (size_t i = 0; i < params.size(); ++i) {
+        Param const& p = params[i];
+        if (p.kind == ParamKind::Group || (p.value == s[i].first && p.keys == s[i].second))
+            continue;
+        host.setValue(p.id, s[i].first);
+        for (auto const& [f, v] : s[i].second) host.setKey(p.id, f, v);
+    }
+    m_lastEdit.clear();
+    ++m_version;
+}
+
+void PreviewSession::record() {
+    m_undo.push_back(snapshot());
+    m_redo.clear();
+    m_lastEdit.clear();
+}
+
+void PreviewSession::undo(json const&) {
+    if (m_dragging) throw PreviewRefusal(409, "a drag on the canvas is in progress");
+    if (m_undo.empty()) throw PreviewRefusal(409, "nothing to undo");
+    m_redo.push_back(snapshot());
+    restore(m_undo.back());
+    m_undo.pop_back();
+}
+
+void PreviewSession::redo(json const&) {
+    if (m_dragging) throw PreviewRefusal(409, "a drag on the canvas is in progress");
+    if (m_redo.empty()) throw PreviewRefusal(409, "nothing to redo");
+    m_undo.push_back(snapshot());
+    restore(m_redo.back());
+    m_redo.pop_back();
+}
+
+void PreviewSession::nudge(json const& request) {
+    if (m_dragging) throw PreviewRefusal(409, "a drag on the canvas is in progress");
+    double dx = number(request, "dx"), dy = number(request, "dy");
+    static std::map<int, char const*> const handles = {
+        {2, "Baseline Start"}, {4, "Baseline End"}, {8, "Height and Slant"}, {32, "Translate"}};
+    if (m_grabbed < 0) throw PreviewRefusal(409, "no handle is selected: click one first");
+    ParameterStore const& store = m_effect.host().params();
+    auto at = [&](char const* label) {
+        return store.valueAt(findParam(m_effect.params(), label), frame());
+    };
+    // Pressed where the grabbed shape lies: its handle, or the baseline's middle.
+    ParameterStore::Value a = at("Baseline Start"), b = at("Baseline End");
+    double x = (a[0] + b[0]) / 2, y = (a[1] + b[1]) / 2;
+    if (auto h = handles.find(m_grabbed); h != handles.end()) {
+        ParameterStore::Value v = at(h->second);
+        x = v[0], y = v[1];
+    }
+    Picture const& s = source();
+    InProcessHost& host = m_effect.host();
+    // A press on the baseline, the height line or nowhere moves the three baseline points.
+    int hit = host.activePartAt(x, y, s.width, s.height, frame());
+    if (handles.count(hit) != handles.count(m_grabbed) || (handles.count(hit) && hit != m_grabbed))
+        throw PreviewRefusal(409, "another control covers the selected handle");
+    record();
+    host.mouseDown(x, y, s.width, s.height, frame());
+    double tx = x + dx / s.width, ty = y + host.pointY(dy / s.height) - host.pointY(0);
+    host.mouseDragged(tx, ty, frame());
+    host.mouseUp(tx, ty, frame());
     ++m_version;
 }
 
@@ -159,6 +243,41 @@ Picture PreviewSession::picture(bool proxy, bool controls) {
     Picture out = to8Bit(m_effect.render(input, request));
     if (controls) m_effect.drawControls(out, frame());
     return out;
+}
+
+Picture PreviewSession::picture(json const& query) {
+    auto text = [&](char const* name) {
+        return query.contains(name) ? query[name].get<std::string>() : std::string();
+    };
+    auto whole = [&](char const* name, long low, long high) {
+        std::string t = text(name);
+        char* end = nullptr;
+        long v = std::strtol(t.c_str(), &end, 10);
+        if (t.empty() || *end || v < low || v > high)
+            throw PreviewRefusal(400, std::string("\"") + name + "\" must be a whole number from " +
+                                          std::to_string(low) + " to " + std::to_string(high));
+        return int(v);
+    };
+    std::string layer = text("layer");
+    bool proxy = text("proxy") == "1";
+    if (layer.empty()) return picture(proxy, text("controls") != "0");
+    if (layer == "result") return picture(proxy, false);
+    if (layer == "source") return to8Bit(source());
+    if (layer != "controls")
+        throw PreviewRefusal(400, "\"layer\" is one of source, result and controls");
+    int cw = whole("cw", 1, 8192), ch = whole("ch", 1, 8192);
+    int width = whole("width", 1, 65536), height = whole("height", 1, 65536);
+    int x = whole("x", -65536, 65536), y = whole("y", -65536, 65536);
+    Picture canvas(cw, ch, 8);
+    InProcessImage image;
+    image.data = canvas.bytes.data();
+    image.width = cw;
+    image.height = ch;
+    image.rowBytes = canvas.rowBytes();
+    image.depth = 8;
+    image.pixelFormat = kFxPixelFormat_RGBA;
+    m_effect.host().drawControls(image, width, height, x, y, frame());
+    return canvas;
 }
 
 std::string PreviewSession::save() {

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include <functional>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -60,9 +61,24 @@ class PreviewSession {
     // the controls' hit areas are measured.
     void mouse(nlohmann::json const& request);
 
+    // {"dx", "dy"}: moves the shape the last press grabbed by that many frame pixels (the arrow
+    // keys), through the on-screen controls as a short drag.
+    void nudge(nlohmann::json const& request);
+    // Every change of values (an edit, a drag, a nudge, keys cleared) can be undone and redone;
+    // the values and keys come back exactly. An edit with "merge" true joins the step before when
+    // that was an edit of the same parameter (a slider's moves).
+    void undo(nlohmann::json const& request);
+    void redo(nlohmann::json const& request);
+
     // The frame at the playhead as the page shows it, premultiplied 8-bit: the full render, or
     // the proxy a drag calls for, with the on-screen controls drawn over it when asked.
     Picture picture(bool proxy, bool controls);
+    // The same from the query of a request: "layer" source or result (the frame alone, "proxy"
+    // 1 for the proxy), or controls: the on-screen controls alone on a clear canvas of
+    // "cw" x "ch" pixels, for the frame shown at "width" x "height" with its corner at "x", "y"
+    // (room around the frame shows points beyond it). Without a layer, as picture() with
+    // "proxy" and "controls" (0 for none).
+    Picture picture(nlohmann::json const& query);
     // The proxy scale of this input.
     double proxyScale() const;
 
@@ -70,6 +86,14 @@ class PreviewSession {
     std::string save();
 
   private:
+    // Every parameter's value and keys, in catalogue order.
+    using Snapshot =
+        std::vector<std::pair<ParameterStore::Value, std::map<double, ParameterStore::Value>>>;
+    Snapshot snapshot();
+    void restore(Snapshot const& s);
+    // Called before a change: the values now become the step to undo.
+    void record();
+
     Param const& paramOf(nlohmann::json const& request);
     Picture const& source();
 
@@ -82,4 +106,9 @@ class PreviewSession {
     bool m_dragging = false;
     long m_loadedIndex = -1;
     Picture m_source;
+    std::vector<Snapshot> m_undo, m_redo;
+    Snapshot m_beforePress;
+    std::string m_lastEdit; // label of the edit that the next merging edit joins
+    int m_grabbed = -1;     // active part of the last press
+    double m_pressWidth = 0, m_pressHeight = 0;
 };

@@ -126,8 +126,16 @@ TEST(PreviewHttp, TheFrameFollowsTheDragAndEqualsTheExportedRender) {
     std::string command = exported["command"];
     ASSERT_EQ(shell(scratch, command), 0) << command;
     EXPECT_EQ(straightPixels(scratch("in-mirrel.png")).bytes, after.bytes);
-    EXPECT_NE(exported["ffmpeg"].get<std::string>().find("filter_name=mirrel:filter_params="),
-              std::string::npos);
+    // The hosts' strings are those of `mirrel export` with the same preset.
+    for (char const* host : {"ffmpeg", "melt", "gst"}) {
+        ASSERT_EQ(shell(scratch, std::string("mirrel export preset.json --for ") + host + " >" +
+                                     host + ".txt"),
+                  0);
+        std::ifstream in(scratch(std::string(host) + ".txt"));
+        std::string line;
+        std::getline(in, line);
+        EXPECT_EQ(exported["hosts"][host], line) << host;
+    }
 }
 
 TEST(PreviewHttp, SwitchesEnableTheParametersTheyGovern) {
@@ -167,6 +175,28 @@ TEST(PreviewHttp, SwitchesEnableTheParametersTheyGovern) {
             }
         }
     }
+}
+
+// The page hands the controls the frame's size on screen: a press 3 screen pixels from a handle
+// grabs it at every zoom, one 12 pixels away does not; undo takes every value back exactly.
+TEST(PreviewHttp, TheCanvasZoomReachesTheControlsHitTest) {
+    Scratch scratch;
+    Served s(writeSample(scratch("in.png"), 160, 120));
+    json const start = s.state();
+    for (double zoom : {0.25, 1.0, 4.0})
+        for (auto [away, grabs] : {std::pair{3, true}, {12, false}}) {
+            SCOPED_TRACE(std::to_string(zoom) + "x, " + std::to_string(away) + " px away");
+            int w = int(160 * zoom), h = int(120 * zoom);
+            Point at = pointOf(start, "Translate");
+            at.x += double(away) / w;
+            ASSERT_EQ(code(s, "/api/mouse", mouse("down", at, w, h)), 200);
+            ASSERT_EQ(code(s, "/api/mouse", mouse("up", {at.x + 0.1, at.y})), 200);
+            EXPECT_EQ(pointOf(s.state(), "Translate").x != pointOf(start, "Translate").x, grabs);
+            ASSERT_EQ(code(s, "/api/undo", json::object()), 200);
+            json back = s.state();
+            EXPECT_EQ(valuesOf(back), valuesOf(start));
+            EXPECT_TRUE(back["canRedo"]);
+        }
 }
 
 TEST(PreviewHttp, BadRequestsAnswer4xxAndChangeNothing) {
@@ -217,6 +247,9 @@ TEST(PreviewHttp, BadRequestsAnswer4xxAndChangeNothing) {
         {"/api/mouse", j({{"type", "drag"}, {"x", 0.9}, {"y", 0.9}}), 409},
         {"/api/mouse", j({{"type", "up"}, {"x", 0.9}, {"y", 0.9}}), 409},
         {"/api/save", "{}", 409},
+        {"/api/undo", "{}", 409},
+        {"/api/redo", "{}", 409},
+        {"/api/nudge", j({{"dx", 1}, {"dy", 0}}), 409},
         {"/api/nothing", "{}", 404},
     };
     json before = s.state();
