@@ -45,8 +45,7 @@ void exportCommand(ExportOptions const& o, std::ostream& out) {
     } else if (o.host == "gst") {
         out << gstExport(session, o.frame) << "\n";
     } else {
-        for (TypedValue const& v : editorExport(
-                 session, o.frame, o.host == "kdenlive" ? Editor::Kdenlive : Editor::Shotcut))
+        for (TypedValue const& v : editorExport(session, o.frame))
             out << v.label << ": " << v.text << v.unit << "\n";
     }
 }

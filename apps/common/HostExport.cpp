@@ -72,32 +72,6 @@ bool held(Param const& p) {
     return p.kind == ParamKind::Popup || p.kind == ParamKind::Toggle;
 }
 
-// The one place that says how an editor shows a value: Kdenlive as its effect file describes
-// the control (the user's units, points in percent, menus by entry), Shotcut as the frei0r
-// value it stores.
-TypedValue typedValue(Frei0rParam const& f, UserValue const& u, Editor editor) {
-    Param const& p = *f.param;
-    if (editor == Editor::Shotcut) {
-        double v[3] = {0, 0, 0};
-        frei0rFromUserValue(f, u, v);
-        if (f.type == F0R_PARAM_COLOR) return {f.name, hexColor(v), ""};
-        return {f.name, f.type == F0R_PARAM_BOOL ? (v[0] >= 0.5 ? "1" : "0") : shortNumber(v[0]),
-                ""};
-    }
-    switch (p.kind) {
-    case ParamKind::Toggle:
-        return {f.name, u[0] != 0 ? "on" : "off", ""};
-    case ParamKind::Popup:
-        return {f.name, p.entries.at(size_t(u[0])), ""};
-    case ParamKind::Color:
-        return {f.name, hexColor(u.data()), ""};
-    case ParamKind::Point:
-        return {f.name, shortNumber(u[size_t(f.coordinate)] * 100), "%"};
-    default:
-        return {f.name, shortNumber(u[0]), p.kind == ParamKind::Angle ? "°" : ""};
-    }
-}
-
 } // namespace
 
 std::string ffmpegExport(EffectSession& session, double frame) {
@@ -153,9 +127,11 @@ std::string gstExport(EffectSession& session, double frame) {
     return element;
 }
 
-std::vector<TypedValue> editorExport(EffectSession& session, double frame, Editor editor) {
+std::vector<TypedValue> editorExport(EffectSession& session, double frame) {
     std::vector<TypedValue> out;
-    for (Frei0rParam const& f : frei0rParams(session.params()))
-        out.push_back(typedValue(f, userValueAt(session, *f.param, frame), editor));
+    for (Frei0rParam const& f : frei0rParams(session.params())) {
+        EditorDisplay d = frei0rEditorDisplay(f, userValueAt(session, *f.param, frame));
+        out.push_back({f.name, std::move(d.text), std::move(d.unit)});
+    }
     return out;
 }

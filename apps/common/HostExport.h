@@ -22,6 +22,6 @@ std::string gstExport(EffectSession& session, double frame);
 struct TypedValue {
     std::string label, text, unit;
 };
-enum class Editor { Kdenlive, Shotcut };
-// Every control of the editor with the value at `frame`, in the editor's order.
-std::vector<TypedValue> editorExport(EffectSession& session, double frame, Editor editor);
+// Every control of Kdenlive's and Shotcut's panels (both show the same controls in the same
+// units) with the value at `frame`, in the panels' order.
+std::vector<TypedValue> editorExport(EffectSession& session, double frame);

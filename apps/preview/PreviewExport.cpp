@@ -88,13 +88,10 @@ json exportJson(PreviewSession& session) {
     } catch (std::exception const& e) {
         hosts["gstError"] = e.what();
     }
-    for (auto [name, editor] :
-         {std::pair{"kdenlive", Editor::Kdenlive}, {"shotcut", Editor::Shotcut}}) {
-        json list = json::array();
-        for (TypedValue const& v : editorExport(effect, frame, editor))
-            list.push_back({{"label", v.label}, {"text", v.text}, {"unit", v.unit}});
-        hosts[name] = list;
-    }
+    json typed = json::array();
+    for (TypedValue const& v : editorExport(effect, frame))
+        typed.push_back({{"label", v.label}, {"text", v.text}, {"unit", v.unit}});
+    hosts["kdenlive"] = hosts["shotcut"] = typed;
     return {
         {"preset", presetJson(session)}, {"command", renderCommandLine(session)}, {"hosts", hosts}};
 }
