@@ -215,7 +215,6 @@ double toFrame(PluginHost_API::TimeObject const& t) {
 } // namespace
 
 int MemoryHost::GetFloatValue(int, int id, TimeObject const& t, double& value) {
-    readFrames.push_back(toFrame(t));
     return params.getFloatValue_fromParm_atTime(&value, id, toFrame(t)) ? 0 : 1;
 }
 
@@ -244,7 +243,6 @@ int MemoryHost::GetBoolValue(int, int id, TimeObject const& t, bool& value) {
 }
 
 int MemoryHost::GetPoint2DValue(int, int id, TimeObject const& t, double& x, double& y) {
-    readFrames.push_back(toFrame(t));
     int r = params.getXValue_YValue_fromParm_atTime(&x, &y, id, toFrame(t)) ? 0 : 1;
     if (hostIdx == 1) y = 1.0 - y;
     return r;

@@ -128,9 +128,6 @@ class MemoryHost : public PluginHost_API, public PluginFXPLUGFace {
     void setOutputRaster(PluginRaster_API* raster) override { m_outputOverride = raster; }
     bool ignoreNormalComposite() override { return ignoreComposite; }
 
-    // Times at which parameters were read through the TimeObject operations, as frames.
-    std::vector<double> readFrames;
-
   private:
     MemoryImage* m_input;
     MemoryImage* m_output;
