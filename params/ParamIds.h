@@ -43,3 +43,29 @@ enum ParamId : int {
     kMirrelOpacity = 68,
     kTransferMode = 9,
 };
+
+// Entries of the menus the code acts on, by index.
+enum LightEntry : int { kFrontlit = 0, kBacklit = 1 };
+enum TransferModeEntry : int {
+    kModeNone = 0,
+    kModeBasedOnLight = 1,
+    kModeBehind = 2,
+    kModeNormal = 3,
+    kModeAdd = 4,
+    kModeMultiply = 5,
+    kModeScreen = 6,
+    kModeOverlay = 7,
+    kModeSoftLight = 8,
+    kModeHardLight = 9,
+    kModeColorDodge = 10,
+    kModeColorBurn = 11,
+    kModeDarken = 12,
+    kModeLighten = 13,
+    kModeDifference = 14,
+    kModeExclusion = 15,
+    kModeHue = 16,
+    kModeSaturation = 17,
+    kModeColor = 18,
+    kModeLuminosity = 19,
+    kTransferModeEntries = 20,
+};
