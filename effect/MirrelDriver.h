@@ -74,7 +74,7 @@ struct MirrelWorking {
     }
     // Softness follows the proxy resolution; the progressive types the other way round.
     static double scaledSoftness(double softness, int softnessType, double scale) {
-        return softnessType > 1 ? softness / scale : softness * scale;
+        return softnessType >= kSoftnessProgressiveLinear ? softness / scale : softness * scale;
     }
 };
 
