@@ -2,6 +2,7 @@
 #include "effect/Render.h"
 #include "params/ParamIds.h"
 #include "support/MemoryHost.h"
+#include "support/Pixels.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +15,6 @@
 
 namespace {
 
-using Rgba = std::array<double, 4>; // straight or premultiplied, 0 to 1
 // A parameter's constant value, or its key at a frame.
 struct Setting {
     ParamId id;
@@ -22,30 +22,6 @@ struct Setting {
     double key = -1;
 };
 using Settings = std::vector<Setting>;
-
-// Channels r, g, b, a of a pixel scaled to 0..1, whatever the format; writes v first if given.
-Rgba pixel(MemoryImage& im, int x, int y, std::optional<Rgba> v = {}) {
-    auto const f = im.info.format;
-    bool const argb = f == RF_ARGB8 || f == RF_ARGB16 || f == RF_ARGB32;
-    int const bytes = im.info.pixelBytes;
-    double const full = bytes == 4 ? 255.0 : bytes == 8 ? 65535.0 : 1.0;
-    Rgba out{};
-    auto access = [&](auto* p) {
-        using C = std::remove_reference_t<decltype(*p)>;
-        for (int i = 0; i < 4; ++i) {
-            int const ch = argb ? (i + 1) % 4 : i;
-            if (v) p[ch] = C(full == 1.0 ? (*v)[i] : (*v)[i] * full + 0.5);
-            out[i] = p[ch] / full;
-        }
-    };
-    if (bytes == 4)
-        access(im.pixel<unsigned char>(x, y));
-    else if (bytes == 8)
-        access(im.pixel<unsigned short>(x, y));
-    else
-        access(im.pixel<float>(x, y));
-    return out;
-}
 
 double straight(Rgba const& p, int i) {
     return p[3] > 0 ? p[i] / p[3] : 0.0;
@@ -72,7 +48,7 @@ struct Frame {
                    RenderSettings* hostSettings = nullptr)
         : input(format, kW, kH, MemoryImage::Rows::Padded),
           output(format, kW, kH, MemoryImage::Rows::BottomUp), host(&input, &output) {
-        for (int i = 0; i < kW * kH; ++i) pixel(input, i % kW, i / kW, sourceAt(i % kW, i / kW));
+        for (int i = 0; i < kW * kH; ++i) rgbaAt(input, i % kW, i / kW, sourceAt(i % kW, i / kW));
         output.fillBytes(7);
         host.frame = at;
         host.setUserData(hostSettings);
@@ -83,15 +59,15 @@ struct Frame {
         EXPECT_EQ(host.liveBlocks, 0);
         EXPECT_EQ(host.lockBalance, 0);
     }
-    Rgba in(int x, int y) { return pixel(input, x, y); }
-    Rgba out(int x, int y) { return pixel(output, x, y); }
+    Rgba in(int x, int y) { return rgbaAt(input, x, y); }
+    Rgba out(int x, int y) { return rgbaAt(output, x, y); }
 };
 
 void expectSame(MemoryImage& a, MemoryImage& b, double tolerance) {
     for (int y = 0; y < kH; ++y)
         for (int x = 0; x < kW; ++x)
             for (int i = 0; i < 4; ++i)
-                ASSERT_NEAR(pixel(a, x, y)[i], pixel(b, x, y)[i], tolerance) << x << "," << y;
+                ASSERT_NEAR(rgbaAt(a, x, y)[i], rgbaAt(b, x, y)[i], tolerance) << x << "," << y;
 }
 
 TEST(MirrorFrame, NoneShowsTheMirroredSourceBelowTheBaselineAndBacklitLaysItOver) {
