@@ -1,13 +1,12 @@
 #include "RenderLib/FilterKernels.h"
 
 #include "Transform/Common/TX_Macros.h"
+#include "host/Angles.h"
 
 #include <cmath>
 #include <math.h>
 
 namespace {
-const double kPi = 3.141592653589793;
-const double kPiSquared = 9.869604401089358;
 
 RenderSettings* asSettings(void* context) {
     return static_cast<RenderSettings*>(context);

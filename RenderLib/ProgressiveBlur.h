@@ -1,4 +1,5 @@
 #pragma once
+#include "RenderLib/SoftnessMode.h"
 #include "Transform/Common/TX_Line2D.h"
 #include "host/PluginHost_API.h"
 

@@ -121,20 +121,20 @@ template <class P, class C, class A, class V, class F>
 int progressiveBlurFormat(P p, C c, A a, V v, F f, PluginHost_API* host, TX_Line2D& line,
                           float radius, float aspect, float fadeStart, float fadeLength,
                           int fadeType, PluginRasterInfo* raster, bool alphaOnly, int mode) {
-    if (mode == -11 || mode == -10)
+    if (mode == kSoftnessRowRamp || mode == kSoftnessColumnRamp)
         return InterpBlurFilter_RGBA(p, c, a, v, f, host, *raster, radius, aspect, alphaOnly,
-                                     mode == -10);
-    if (mode == -2 || mode == -1) {
+                                     mode == kSoftnessColumnRamp);
+    if (mode == kSoftnessUniformAlpha || mode == kSoftnessUniform) {
         if (!alphaOnly)
             return BlurFilter_RGBA(p, c, a, v, f, host, *raster, radius, aspect, false, 0,
-                                   mode == -2);
+                                   mode == kSoftnessUniformAlpha);
         return BlurFilter_A(p, c, a, v, f, host, *raster, radius, aspect, false, 0);
     }
     if (alphaOnly)
         blur_detail::fadeRows<C, 1>(*raster, fadeStart, fadeLength, fadeType);
     else
         blur_detail::fadeRows<C, 4>(*raster, fadeStart, fadeLength, fadeType);
-    if (mode == 1) {
+    if (mode == kSoftnessMipMap) {
         if (alphaOnly) return blur_detail::mipMapBlur<P, 1>(host, line, radius, raster);
         return progressiveBlur_RGBA(p, c, a, v, f, host, line, radius, raster);
     }

@@ -1,5 +1,6 @@
 #pragma once
 #include "RenderLib/TentLines.h"
+#include "RenderLib/SoftnessMode.h"
 #include "host/PluginHost_API.h"
 #include "pixel/PixelFormats.h"
 #include "pixel/Traits.h"
@@ -131,7 +132,8 @@ void tentLine(unsigned char const* src, std::ptrdiff_t srcStep, unsigned char* d
 
 // A pass whose radius, held to the line length, leaves every line as it is.
 inline bool passCopies(int limitedRadius, bool vertical, int mode) {
-    return limitedRadius == 0 || (mode == -10 && !vertical) || (mode == -11 && vertical);
+    return limitedRadius == 0 || (mode == kSoftnessColumnRamp && !vertical) ||
+           (mode == kSoftnessRowRamp && vertical);
 }
 
 // Radius of line n of `lines` in a pass; progressive passes fall from full at line 0.

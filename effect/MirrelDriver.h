@@ -77,7 +77,7 @@ struct MirrelWorking {
     }
     // Softness follows the proxy resolution; the progressive types the other way round.
     static double scaledSoftness(double softness, int softnessType, double scale) {
-        return softnessType > 1 ? softness / scale : softness * scale;
+        return softnessType >= kSoftnessProgressiveLinear ? softness / scale : softness * scale;
     }
 };
 
@@ -85,22 +85,23 @@ inline void readWorkingAt(PluginHost_API* host, PluginHost_API::TimeObject const
                           MirrelWorking& w, int softnessType, double scale) {
     // Read and dropped: the quads take zoom and translate from the frame's record.
     double zoom = 0;
-    host->GetFixedFloatValue(29, kZoom, t, zoom);
-    host->GetPoint2DValue(4, kBaselineStart, t, w.handles.startX, w.handles.startY);
-    host->GetPoint2DValue(5, kBaselineEnd, t, w.handles.endX, w.handles.endY);
-    host->GetPoint2DValue(6, kHeightSlant, t, w.handles.slantX, w.handles.slantY);
-    host->GetFloatValue(24, kFadeLength, t, w.fadeLength);
-    host->GetFloatValue(23, kFadeStart, t, w.fadeStart);
-    host->GetFloatValue(20, kSoftness, t, w.softness);
+    host->GetFixedFloatValue(kIndexZoom, kZoom, t, zoom);
+    host->GetPoint2DValue(kIndexBaselineStart, kBaselineStart, t, w.handles.startX,
+                          w.handles.startY);
+    host->GetPoint2DValue(kIndexBaselineEnd, kBaselineEnd, t, w.handles.endX, w.handles.endY);
+    host->GetPoint2DValue(kIndexHeightSlant, kHeightSlant, t, w.handles.slantX, w.handles.slantY);
+    host->GetFloatValue(kIndexFadeLength, kFadeLength, t, w.fadeLength);
+    host->GetFloatValue(kIndexFadeStart, kFadeStart, t, w.fadeStart);
+    host->GetFloatValue(kIndexSoftness, kSoftness, t, w.softness);
     w.softness = MirrelWorking::scaledSoftness(w.softness, softnessType, scale);
-    host->GetFloatValue(39, kGamma, t, w.gamma);
-    host->GetFloatValue(40, kBrightness, t, w.brightness);
-    host->GetFloatValue(42, kFadeNoise, t, w.fadeNoise);
-    host->GetFloatValue(21, kSoftnessAspect, t, w.softnessAspect);
-    host->GetAngleValue(11, kBendAngle, t, w.bendAngle);
-    host->GetFloatValue(12, kBendStart, t, w.bendStart);
-    host->GetFloatValue(13, kBendStretch, t, w.bendStretch);
-    host->GetFloatValue(16, kSeamIntensity, t, w.seamIntensity);
+    host->GetFloatValue(kIndexGamma, kGamma, t, w.gamma);
+    host->GetFloatValue(kIndexBrightness, kBrightness, t, w.brightness);
+    host->GetFloatValue(kIndexFadeNoise, kFadeNoise, t, w.fadeNoise);
+    host->GetFloatValue(kIndexSoftnessAspect, kSoftnessAspect, t, w.softnessAspect);
+    host->GetAngleValue(kIndexBendAngle, kBendAngle, t, w.bendAngle);
+    host->GetFloatValue(kIndexBendStart, kBendStart, t, w.bendStart);
+    host->GetFloatValue(kIndexBendStretch, kBendStretch, t, w.bendStretch);
+    host->GetFloatValue(kIndexSeamIntensity, kSeamIntensity, t, w.seamIntensity);
 }
 
 // The mirror pipeline after the trivial exits: alpha in, scratch images, the motion-blur

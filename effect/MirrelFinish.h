@@ -2,6 +2,7 @@
 #include "Transform/Common/TX_Macros.h"
 #include "effect/NoiseStage.h"
 #include "host/PluginHost_API.h"
+#include "params/ParamIds.h"
 #include "params/RenderArguments.h"
 #include "pixel/Alpha.h"
 #include "pixel/TransferComposite.h"
@@ -13,9 +14,17 @@
 template <class P, class C, class A, class V, class F>
 int MirrelFinish(P p, C c, A a, V v, F f, PluginHost_API* host, RenderArguments const& args,
                  double fadeNoise, PluginRaster_API* work, PluginRaster_API* output, int status) {
-    // Menu index of "Transfer Mode" to composite code; "Based on Light" is decided below.
-    static int const xfer[20] = {2,  -1, 1,  2,  4,  5,  6,  7,  8,  9,
-                                 23, 24, 10, 11, 12, 25, 13, 14, 15, 16};
+    // Entry of "Transfer Mode" to composite code; "Based on Light" is decided below.
+    static int const xfer[kTransferModeEntries] = {kCompositeInFront,    -1,
+                                                   kCompositeBehind,     kCompositeInFront,
+                                                   kCompositeAdd,        kCompositeMultiply,
+                                                   kCompositeScreen,     kCompositeOverlay,
+                                                   kCompositeSoftLight,  kCompositeHardLight,
+                                                   kCompositeColorDodge, kCompositeColorBurn,
+                                                   kCompositeDarken,     kCompositeLighten,
+                                                   kCompositeDifference, kCompositeExclusion,
+                                                   kCompositeHueToo,     kCompositeSaturation,
+                                                   kCompositeColor,      kCompositeLuma};
     bool const fxplugLike = host->getFXPLUGHost() || host->getGASKETHost();
 
     if (host->getAEHost()) {
@@ -37,15 +46,16 @@ int MirrelFinish(P p, C c, A a, V v, F f, PluginHost_API* host, RenderArguments 
     double const mirrorOpacity = 0.01 * args.mirrorOpacity;
     double const sourceOpacity = 0.01 * args.sourceOpacity;
     int mode = args.transferMode;
-    if (host->ignoreNormalComposite() && mode <= 3) mode = 0;
-    if (status == 0 && mode == 0 && MACRO_NEARLY_EQUAL(mirrorOpacity, 1.0) == 0.0) {
+    if (host->ignoreNormalComposite() && mode <= kModeNormal) mode = kModeNone;
+    if (status == 0 && mode == kModeNone && MACRO_NEARLY_EQUAL(mirrorOpacity, 1.0) == 0.0) {
         // "None": the mirror image alone, at its opacity.
         MultiplyAlpha(p, c, a, v, f, host, float(mirrorOpacity), output);
-    } else if (status == 0 && mode > 0 && mode < 20) {
+    } else if (status == 0 && mode > kModeNone && mode < kTransferModeEntries) {
         int code = xfer[mode];
-        if (mode == 1) code = args.light == 0 ? 1 : 2; // "Frontlit" behind, "Backlit" in front
+        if (mode == kModeBasedOnLight) // "Frontlit" behind, "Backlit" in front
+            code = args.light == kFrontlit ? kCompositeBehind : kCompositeInFront;
         // Float screen renders as add.
-        if (P::is32Bit() && code == 6) code = 4;
+        if (P::is32Bit() && code == kCompositeScreen) code = kCompositeAdd;
         status = TransferComposite(p, c, a, v, f, host, code, mirrorOpacity, sourceOpacity, output,
                                    work, output, false, false, false);
     }

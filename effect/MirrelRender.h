@@ -38,7 +38,7 @@ int MirrelRender(P p, C c, A a, V v, F f, PluginHost_API* host) {
 
         // No mirror image exists at zero brightness: nothing else runs.
         double const brightness = float(args.brightness);
-        if (MACRO_NEARLY_EQUAL(brightness, 0.0) && args.transferMode == 0) {
+        if (MACRO_NEARLY_EQUAL(brightness, 0.0) && args.transferMode == kModeNone) {
             host->fillOutput();
             return status;
         }

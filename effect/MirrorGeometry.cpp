@@ -4,6 +4,7 @@
 #include "Transform/Common/TX_Macros.h"
 #include "Transform/Common/TX_Matrix2D.h"
 #include "Transform/Common/TX_Mtrx44.h"
+#include "host/Angles.h"
 #include "host/PluginHost_API.h"
 #include "params/RenderArguments.h"
 
@@ -11,8 +12,6 @@
 #include <utility>
 
 namespace {
-constexpr double kPi = 3.141592653589793;
-constexpr double kHalfPi = 1.5707963267948966;
 
 // Reflects p through the pivot.
 void mirrorThrough(double& x, double& y, double px, double py, double qx, double qy) {

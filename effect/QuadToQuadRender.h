@@ -149,9 +149,11 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
                 RenderSettings* s;
                 ~Undo() { s->skipAbove = s->skipBelow = 0; }
             } const undo{first};
-            bool const noBlur = softness == 0.0 && !std::is_floating_point_v<C> &&
-                                (softnessType == 0 || softnessType == 2 || softnessType == 3 ||
-                                 softnessType == -1 || softnessType == -2);
+            bool const noBlur =
+                softness == 0.0 && !std::is_floating_point_v<C> &&
+                (softnessType == kSoftnessSimple || softnessType == kSoftnessProgressiveLinear ||
+                 softnessType == kSoftnessProgressiveSquare || softnessType == kSoftnessUniform ||
+                 softnessType == kSoftnessUniformAlpha);
             if (noBlur && !bend && first == &local) {
                 CoreRenderArguments probeArgs = B;
                 probeArgs.transformType = 2;

@@ -29,9 +29,9 @@ inline int plainSoftness(PluginHost_API* host, TX_Line2D& baseline, int W, int H
     double const r = Hs * softness / 2.0 / 1000.0;
     double const m = double(std::min(W, H));
     int const r2 = int(std::min(m * r, m) * scale);
-    if (softnessMode != 0 || MACRO_NEARLY_EQUAL(r2, 0.0) != 0.0) return 0;
-    softnessMode = -1;
+    if (softnessMode != kSoftnessSimple || MACRO_NEARLY_EQUAL(r2, 0.0) != 0.0) return 0;
+    softnessMode = kSoftnessUniform;
     return CommonRender_progressiveBlur(host, baseline, float(softness), float(aspect),
                                         float(fadeStart), float(fadeLength), fadeType, &sample,
-                                        false, -1, false);
+                                        false, kSoftnessUniform, false);
 }

@@ -1,11 +1,7 @@
 #include "fxplug/HostIndex.h"
 #include "fxplug/PluginHost_FXPLUG_Impl.h"
+#include "host/Angles.h"
 #include "platform/FxParameterAPI.h"
-
-namespace {
-constexpr double kRadiansToDegrees = 57.29577951308232;
-constexpr double kDegreesToRadians = 0.017453292519943295;
-} // namespace
 
 // Reads: the time object becomes a frame, and one call goes to the host. The host's answers are
 // passed on, never tested.

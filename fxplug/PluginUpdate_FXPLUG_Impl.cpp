@@ -2,11 +2,10 @@
 
 #include "fxplug/HostIndex.h"
 #include "fxplug/PluginHost_FXPLUG_Impl.h"
+#include "host/Angles.h"
 #include "platform/FxParameterAPI.h"
 
-namespace {
-constexpr double kDegreesToRadians = 0.017453292519943295;
-}
+namespace {}
 
 PluginUpdate_FXPLUG_Impl::PluginUpdate_FXPLUG_Impl(PluginHost_FXPLUG_Impl* host)
     : m_host(host), m_retrieval(host->retrievalAPI()), m_setting(host->settingAPI()),

@@ -2,8 +2,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// Pixel layout of a raster, 0 to 20. Only the numbers matter; PluginHost_API::RasterFormat
-// names this type.
+// Pixel layout of a raster, 0 to 20; the numbers are what hosts hand over.
+// PluginHost_API::RasterFormat names this type.
 enum PluginRasterFormat : int32_t {
     RF_ARGB8 = 0,
     RF_BGRA8 = 1,
@@ -17,6 +17,14 @@ enum PluginRasterFormat : int32_t {
     RF_ARGB32 = 9,
     RF_RGBA32 = 10,
     RF_BGRA32 = 11,
+    // Layouts of other hosts, stored B G R A: classified, never rendered.
+    RF_BGRA8_12 = 12,
+    RF_BGRA15_13 = 13,
+    RF_BGRA32_14 = 14,
+    RF_BGRA8_15 = 15,
+    RF_BGRA8_16 = 16,
+    RF_BGRA14_17 = 17,
+    RF_BGRA14_18 = 18,
     RF_R408 = 19,
     RF_R4FL = 20,
 };

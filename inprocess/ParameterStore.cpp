@@ -1,13 +1,12 @@
 #include "inprocess/ParameterStore.h"
 
+#include "host/Angles.h"
 #include "host/SaturatingCast.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace {
-constexpr double kDegreesToRadians = 0.017453292519943295;
-}
+namespace {}
 
 ParameterStore::Param const* ParameterStore::find(unsigned id) const {
     for (auto const& p : m_params)

@@ -43,3 +43,50 @@ enum ParamId : int {
     kMirrelOpacity = 68,
     kTransferMode = 9,
 };
+
+// The index of a parameter in the generic numbering of other host families, passed beside the
+// id in the host's parameter operations (FxPlug hosts use the id alone). Only the parameters read
+// again at each motion-blur sample have one in use.
+enum ParamIndex : int {
+    kIndexBaselineStart = 4,
+    kIndexBaselineEnd = 5,
+    kIndexHeightSlant = 6,
+    kIndexBendAngle = 11,
+    kIndexBendStart = 12,
+    kIndexBendStretch = 13,
+    kIndexSeamIntensity = 16,
+    kIndexSoftness = 20,
+    kIndexSoftnessAspect = 21,
+    kIndexFadeStart = 23,
+    kIndexFadeLength = 24,
+    kIndexZoom = 29,
+    kIndexGamma = 39,
+    kIndexBrightness = 40,
+    kIndexFadeNoise = 42,
+};
+
+// Entries of the menus the code acts on, by index.
+enum LightEntry : int { kFrontlit = 0, kBacklit = 1 };
+enum TransferModeEntry : int {
+    kModeNone = 0,
+    kModeBasedOnLight = 1,
+    kModeBehind = 2,
+    kModeNormal = 3,
+    kModeAdd = 4,
+    kModeMultiply = 5,
+    kModeScreen = 6,
+    kModeOverlay = 7,
+    kModeSoftLight = 8,
+    kModeHardLight = 9,
+    kModeColorDodge = 10,
+    kModeColorBurn = 11,
+    kModeDarken = 12,
+    kModeLighten = 13,
+    kModeDifference = 14,
+    kModeExclusion = 15,
+    kModeHue = 16,
+    kModeSaturation = 17,
+    kModeColor = 18,
+    kModeLuminosity = 19,
+    kTransferModeEntries = 20,
+};

@@ -9,7 +9,7 @@ void ParamsChangeRules(PluginUpdate_Impl& update, unsigned long id) {
     if (id == kTransferMode) {
         unsigned mode = 0;
         update.GetUIntValue(kTransferMode, mode);
-        update.setEnableLayout(kSourceOpacity, mode != 0);
+        update.setEnableLayout(kSourceOpacity, mode != kModeNone);
     } else if (id == kMotionBlur) {
         unsigned blur = 0;
         update.GetUIntValue(kMotionBlur, blur);

@@ -1,3 +1,4 @@
+#include "host/Angles.h"
 #include "host/PluginHost_API.h"
 #include "params/ParamIds.h"
 #include "params/RenderArguments.h"
@@ -5,7 +6,6 @@
 
 namespace {
 
-constexpr double kRadiansToDegrees = 57.29577951308232;
 constexpr unsigned kMotion = 1;
 
 struct Reader {

@@ -1,27 +1,27 @@
 #include "pixel/PixelFormats.h"
 
 PluginRaster_API::PixelType convertToPixelType(PluginHost_API::RasterFormat format) {
-    switch (int(format)) {
-    case 3:
-    case 4:
-    case 13:
-        return PluginRaster_API::PixelType(1);
-    case 5:
-    case 6:
-    case 17:
-    case 18:
-        return PluginRaster_API::PixelType(2);
-    case 7:
-    case 8:
-        return PluginRaster_API::PixelType(3);
-    case 9:
-    case 10:
-    case 11:
-    case 14:
-    case 20:
-        return PluginRaster_API::PixelType(4);
+    switch (format) {
+    case RF_ARGB15:
+    case RF_BGRA15:
+    case RF_BGRA15_13:
+        return PluginRaster_API::PIXEL_15;
+    case RF_ARGB14:
+    case RF_BGRA14:
+    case RF_BGRA14_17:
+    case RF_BGRA14_18:
+        return PluginRaster_API::PIXEL_14;
+    case RF_ARGB16:
+    case RF_RGBA16:
+        return PluginRaster_API::PIXEL_16;
+    case RF_ARGB32:
+    case RF_RGBA32:
+    case RF_BGRA32:
+    case RF_BGRA32_14:
+    case RF_R4FL:
+        return PluginRaster_API::PIXEL_32;
     default:
-        return PluginRaster_API::PixelType(0);
+        return PluginRaster_API::PIXEL_8;
     }
 }
 
@@ -37,32 +37,32 @@ int getPixelComponentSize(PluginRaster_API::PixelType type) {
 
 void getRasterChannelOrder(PluginHost_API::RasterFormat format, int& red, int& green, int& blue,
                            int& alpha) {
-    switch (int(format)) {
-    case 0:
-    case 3:
-    case 5:
-    case 7:
-    case 9:
-    case 19:
-    case 20:
+    switch (format) {
+    case RF_ARGB8:
+    case RF_ARGB15:
+    case RF_ARGB14:
+    case RF_ARGB16:
+    case RF_ARGB32:
+    case RF_R408:
+    case RF_R4FL:
         red = 1, green = 2, blue = 3, alpha = 0;
         break;
-    case 2:
-    case 8:
-    case 10:
+    case RF_RGBA8:
+    case RF_RGBA16:
+    case RF_RGBA32:
         red = 0, green = 1, blue = 2, alpha = 3;
         break;
-    case 1:
-    case 4:
-    case 6:
-    case 11:
-    case 12:
-    case 13:
-    case 14:
-    case 15:
-    case 16:
-    case 17:
-    case 18:
+    case RF_BGRA8:
+    case RF_BGRA15:
+    case RF_BGRA14:
+    case RF_BGRA32:
+    case RF_BGRA8_12:
+    case RF_BGRA15_13:
+    case RF_BGRA32_14:
+    case RF_BGRA8_15:
+    case RF_BGRA8_16:
+    case RF_BGRA14_17:
+    case RF_BGRA14_18:
         red = 2, green = 1, blue = 0, alpha = 3;
         break;
     default:

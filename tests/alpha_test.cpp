@@ -2,6 +2,7 @@
 #include "pixel/BlendRows.h"
 #include "pixel/StraightRows.h"
 #include "support/MemoryHost.h"
+#include "support/Pixels.h"
 
 #include <gtest/gtest.h>
 
@@ -38,15 +39,6 @@ template <class P> Argb after(PluginRasterFormat format, Op op, float amount, Ar
         BlendAlphaImagesPreMult(PIXEL_VALUES(P), &host, amount, &full.info, &image.info);
     C const* px = image.pixel<C>(2, 1);
     return {double(px[P::ALPHA]), double(px[P::RED]), double(px[P::GREEN]), double(px[P::BLUE])};
-}
-
-// A depth in both channel orders.
-using After = Argb (*)(PluginRasterFormat, Op, float, Argb);
-std::array<std::pair<PluginRasterFormat, After>, 2> bothOrders(int depth) {
-    if (depth == 8) return {{{RF_ARGB8, &after<PIXEL_ARGB8>}, {RF_RGBA8, &after<PIXEL_RGBA8>}}};
-    if (depth == 16)
-        return {{{RF_ARGB16, &after<PIXEL_ARGB16>}, {RF_RGBA16, &after<PIXEL_RGBA16>}}};
-    return {{{RF_ARGB32, &after<PIXEL_ARGB32>}, {RF_RGBA32, &after<PIXEL_RGBA32>}}};
 }
 
 TEST(Alpha, OperationsInEachFormat) {
@@ -86,9 +78,14 @@ TEST(Alpha, OperationsInEachFormat) {
         {32, kCrossFadeToFull, 1, {0, 0, 0, 0}, {1, 1, 1, 1}},
     };
     for (auto const& c : cases) {
-        for (auto [format, fn] : bothOrders(c.depth))
-            EXPECT_EQ(fn(format, c.op, c.amount, c.in), c.want)
-                << "format " << format << " op " << c.op << " amount " << c.amount;
+        for (auto format : kServedFormats)
+            if (depthOf(format) == c.depth)
+                EXPECT_EQ(withTrait(format,
+                                    [&](auto p) {
+                                        return after<decltype(p)>(format, c.op, c.amount, c.in);
+                                    }),
+                          c.want)
+                    << "format " << format << " op " << c.op << " amount " << c.amount;
     }
 }
 

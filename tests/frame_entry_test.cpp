@@ -22,7 +22,6 @@ TEST(FrameEntry, UnservedFormatsAreRefusedAndLeaveTheOutput) {
         auto before = f.output.bytes();
         EXPECT_EQ(Render(&f.host), 1) << format;
         EXPECT_EQ(f.output.bytes(), before) << format;
-        EXPECT_EQ(f.host.allocRasterCalls, 0);
     }
 }
 
@@ -48,7 +47,6 @@ TEST(FrameEntry, NearZeroBrightnessPassesTheSourceThroughExactly) {
             f.host.params.setConstant(kTransferMode, {3}); // "Normal"
             EXPECT_EQ(Render(&f.host), 0);
             EXPECT_EQ(f.output.bytes(), f.input.bytes());
-            EXPECT_EQ(f.host.allocRasterCalls, 1); // only the working copy
             EXPECT_EQ(f.host.liveBlocks, 0);
         }
     }

@@ -1,7 +1,6 @@
 #include "fxplug/MirrelBundle.h"
 #include "fxplug/Mirrel_FXPLUG_Overlay.h"
 #include "params/ParamIds.h"
-#include "platform/GLRecorder.h"
 #include "support/HostPicture.h"
 
 #include <gtest/gtest.h>
@@ -88,27 +87,6 @@ TEST(FxPlugOverlay, NoDragWithoutAPressAfterReleaseOrWithoutTheInterface) {
     c.host.withhold(FxProtocol::OnScreenControl, false);
     EXPECT_FALSE(c.host.mouseDragged(0.3, 0.3, 0.0));
     EXPECT_EQ(c.points(), before);
-}
-
-// Selection mode is what the picks above go through; drawing for the eye names nothing, keeps
-// the host's line width, and draws handles as points.
-TEST(FxPlugOverlay, DrawingForTheEyeNamesNoShape) {
-    Canvas c;
-    FxGLRecorder gl(GL_RENDER);
-    {
-        FxGLScope scope(gl);
-        c.host.overlay()->drawOSC_height_activePart_time(W, H, 0, 0.0);
-    }
-    std::vector<unsigned> names, primitives;
-    for (auto const& call : gl.calls) {
-        if (call.op == FxGLRecorder::Op::LoadName) names.push_back(call.value);
-        if (call.op == FxGLRecorder::Op::Begin) primitives.push_back(call.value);
-        EXPECT_NE(call.op, FxGLRecorder::Op::LineWidth);
-    }
-    EXPECT_EQ(names, std::vector<unsigned>{0});
-    EXPECT_EQ(primitives, (std::vector<unsigned>{GL_LINES, GL_LINES, GL_POINTS, GL_POINTS,
-                                                 GL_POINTS, GL_POINTS}));
-    EXPECT_EQ(std::pair(g_width, g_height), std::pair(W, H));
 }
 
 TEST(FxPlugOverlay, ControlsAreDrawnInTheHostsDirection) {

@@ -1,5 +1,6 @@
 #include "fxplug/FxFrame.h"
 #include "fxplug/MirrelBundle.h"
+#include "fxplug/PluginHost_FXPLUG_Impl.h"
 #include "params/ParamIds.h"
 #include "platform/FxBitmap.h"
 #include "support/HostPicture.h"
@@ -128,6 +129,18 @@ TEST(FxPlugRender, MotionAndFinalCutProGiveTheSamePixels) {
         }
         EXPECT_EQ(results[0], results[1]);
         EXPECT_NE(results[0], source);
+    }
+}
+
+// Sizes that follow the proxy scale (softness, seam) shrink by half again on a field.
+TEST(FxPlugRender, AFieldHalvesTheVerticalScale) {
+    FxRenderInfo info;
+    info.scaleX = info.scaleY = 0.5;
+    PluginHost_FXPLUG_Impl face(nullptr, nullptr, nullptr, nullptr, &info, nullptr, nullptr,
+                                nullptr, nullptr);
+    for (auto [field, scaleY] : {std::pair{0u, 0.5}, {1u, 0.25}, {2u, 0.25}}) {
+        info.field = field;
+        EXPECT_EQ(std::pair(face.getScaleX(), face.getScaleY()), std::pair(0.5, scaleY));
     }
 }
 

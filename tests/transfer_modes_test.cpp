@@ -1,5 +1,6 @@
 #include "pixel/TransferComposite.h"
 #include "support/MemoryHost.h"
+#include "support/Pixels.h"
 
 #include <gtest/gtest.h>
 
@@ -12,15 +13,6 @@ namespace {
 using Px = std::array<double, 4>;
 constexpr double kAny = -1; // a channel an expectation leaves open
 enum Flags { kForceOpaque = 1, kHostBlends = 2, kNoHostBlend = 4 };
-
-PluginRasterFormat const kFormats[] = {RF_ARGB8,  RF_RGBA8,  RF_ARGB16,
-                                       RF_RGBA16, RF_ARGB32, RF_RGBA32};
-int depthOf(PluginRasterFormat f) {
-    return f == RF_ARGB8 || f == RF_RGBA8 ? 8 : f == RF_ARGB16 || f == RF_RGBA16 ? 16 : 32;
-}
-double fullScale(PluginRasterFormat f) {
-    return depthOf(f) == 8 ? 255.0 : depthOf(f) == 16 ? 65535.0 : 1.0;
-}
 
 // Composites one pixel of top over one of bottom by a mode number, writing into top as the
 // effect does; returns the result and TransferComposite's status.
@@ -45,13 +37,9 @@ Px composeAs(PluginRasterFormat format, int mode, Px top, Px bottom, double opTo
 
 Px compose(PluginRasterFormat f, int mode, Px top, Px bottom, double opTop = 1, double opBottom = 1,
            int flags = 0, int* status = nullptr) {
-    auto* fn = f == RF_ARGB8    ? &composeAs<PIXEL_ARGB8>
-               : f == RF_RGBA8  ? &composeAs<PIXEL_RGBA8>
-               : f == RF_ARGB16 ? &composeAs<PIXEL_ARGB16>
-               : f == RF_RGBA16 ? &composeAs<PIXEL_RGBA16>
-               : f == RF_ARGB32 ? &composeAs<PIXEL_ARGB32>
-                                : &composeAs<PIXEL_RGBA32>;
-    return fn(f, mode, top, bottom, opTop, opBottom, flags, status);
+    return withTrait(f, [&](auto p) {
+        return composeAs<decltype(p)>(f, mode, top, bottom, opTop, opBottom, flags, status);
+    });
 }
 
 // Top (0.8, 0.4, 0.2) over bottom (0.6, 0.6, 0.4), both opaque. 8-bit values are worked with
@@ -92,7 +80,7 @@ struct ColourCase {
 };
 
 TEST(TransferModes, EachModeInEachFormat) {
-    for (auto f : kFormats) {
+    for (auto f : kServedFormats) {
         double const M = fullScale(f);
         for (auto const& c : kModes) {
             Px const out =
@@ -163,7 +151,7 @@ struct PathCase {
 
 TEST(TransferModes, AlphaPathsHostBlendingAndAsymmetries) {
     for (auto const& c : kPaths)
-        for (auto f : kFormats) {
+        for (auto f : kServedFormats) {
             if (depthOf(f) != c.depth) continue;
             int status = -1;
             Px const o = compose(f, c.mode, c.top, c.bottom, c.opTop, c.opBottom, c.flags, &status);

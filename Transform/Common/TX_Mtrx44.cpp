@@ -1,15 +1,11 @@
 #include "Transform/Common/TX_Mtrx44.h"
 
 #include "Transform/Common/TX_Assert.h"
+#include "host/Angles.h"
 
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-
-namespace {
-const double kDegToRad = 0.017453292519943295;
-const double kHalfDegToRad = 0.008726646259971648;
-} // namespace
 
 void TX_Mtrx44::unify() {
     for (int i = 0; i < 16; ++i) m_elem[i] = (i % 5 == 0) ? 1.0 : 0.0;
@@ -46,7 +42,7 @@ void TX_Mtrx44::translate(double tx, double ty, double tz) {
 
 // A rotation in the plane of axes i and j, turning i towards j, applied on the left.
 static void rotateInPlane(TX_Mtrx44& m, int i, int j, double degrees) {
-    const double a = degrees * kDegToRad;
+    const double a = degrees * kDegreesToRadians;
     const double c = std::cos(a), s = std::sin(a);
     TX_Mtrx44 t;
     t.at(i, i) = c;
@@ -84,7 +80,7 @@ void TX_Mtrx44::perspective(double fovDegrees, double aspect, double zNear, doub
     TX_ASSERT((zFar - zNear) != 0.0, "(zFar - zNear) != 0.0");
     // Scaled by 1/n against the usual form, and the aspect multiplies y: the divide by w gives
     // the same, and callers rely on these values.
-    const double t = std::tan(fovDegrees * kHalfDegToRad);
+    const double t = std::tan(fovDegrees * kHalfDegreesToRadians);
     const double n = zNear, f = zFar;
     TX_Mtrx44 p;
     p.at(0, 0) = 1.0 / (t * n);
@@ -100,7 +96,7 @@ void TX_Mtrx44::perspectiveInverse(double fovDegrees, double aspect, double zNea
     TX_ASSERT(zNear != 0.0, "zNear != 0.0");
     TX_ASSERT((zFar - zNear) != 0.0, "(zFar - zNear) != 0.0");
     // The tangent in single precision, unlike perspective.
-    const double t = std::tan(float(fovDegrees * kHalfDegToRad));
+    const double t = std::tan(float(fovDegrees * kHalfDegreesToRadians));
     const double n = zNear, f = zFar;
     TX_Mtrx44 p;
     p.at(0, 0) = t * n;

@@ -3,13 +3,12 @@
 #include "apps/common/Errors.h"
 #include "apps/common/PictureAlpha.h"
 #include "fxplug/MirrelBundle.h"
+#include "host/Angles.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace {
-
-constexpr double kDegreesToRadians = 0.017453292519943295;
 
 InProcessFamily familyOf(unsigned hostIndex) {
     return hostIndex == 1   ? InProcessFamily::Motion

@@ -1,14 +1,13 @@
 #include "apps/common/ValueText.h"
 
 #include "apps/common/Errors.h"
+#include "host/Angles.h"
 
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
 namespace {
-
-constexpr double kRadiansToDegrees = 57.29577951308232;
 
 // Limits that went through degrees and back lose their last bit; show them as declared.
 double tidy(double v) {

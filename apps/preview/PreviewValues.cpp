@@ -1,15 +1,10 @@
 #include "apps/preview/PreviewValues.h"
 
 #include "apps/common/Errors.h"
+#include "host/Angles.h"
 
 #include <charconv>
 #include <cmath>
-
-namespace {
-
-constexpr double kRadiansToDegrees = 57.29577951308232;
-
-} // namespace
 
 std::string exactNumber(double v) {
     char buf[32];

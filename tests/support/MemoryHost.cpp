@@ -59,11 +59,12 @@ PluginRaster_API::PixelType MemoryRaster::getPixelType() {
     return pixelTypeOf(int(m_info.format));
 }
 
-MemoryHost::MemoryHost(MemoryImage* input, MemoryImage* output) : m_input(input), m_output(output) {
+MemoryHost::MemoryHost(MemoryImage* input, MemoryImage* output)
+    : PluginHost_FXPLUG_Impl(&params, &params, nullptr, nullptr, &request, nullptr, nullptr,
+                             nullptr, nullptr),
+      m_input(input), m_output(output) {
     ParamsSetup(this);
 }
-
-MemoryHost::~MemoryHost() = default;
 
 int MemoryHost::getOutputWidth() {
     RasterInfo info;
@@ -200,57 +201,4 @@ void MemoryHost::unlockMemory(void*) {
 void MemoryHost::deallocMemory(void* handle) {
     if (handle) --liveBlocks;
     std::free(handle);
-}
-
-int MemoryHost::getSourceLayerDimensions(int& width, int& height) {
-    width = int(m_input->info.width / scaleX);
-    height = int(m_input->info.height / scaleY);
-    return 0;
-}
-
-namespace {
-double toFrame(PluginHost_API::TimeObject const& t) {
-    return t.getTime() / double(t.time_step());
-}
-} // namespace
-
-int MemoryHost::GetFloatValue(int, int id, TimeObject const& t, double& value) {
-    readFrames.push_back(toFrame(t));
-    return params.getFloatValue_fromParm_atTime(&value, id, toFrame(t)) ? 0 : 1;
-}
-
-int MemoryHost::GetAngleValue(int index, int id, TimeObject const& t, double& degrees) {
-    int r = GetFloatValue(index, id, t, degrees);
-    degrees *= 57.29577951308232;
-    return r;
-}
-
-int MemoryHost::GetIntValue(int, int id, TimeObject const& t, int& value) {
-    return params.getIntValue_fromParm_atTime(&value, id, toFrame(t)) ? 0 : 1;
-}
-
-int MemoryHost::GetUIntValue(int index, int id, TimeObject const& t, unsigned int& value) {
-    int v = 0;
-    int r = GetIntValue(index, id, t, v);
-    value = unsigned(v);
-    return r;
-}
-
-int MemoryHost::GetBoolValue(int, int id, TimeObject const& t, bool& value) {
-    BOOL b = NO;
-    int r = params.getBoolValue_fromParm_atTime(&b, id, toFrame(t)) ? 0 : 1;
-    value = b == 1;
-    return r;
-}
-
-int MemoryHost::GetPoint2DValue(int, int id, TimeObject const& t, double& x, double& y) {
-    readFrames.push_back(toFrame(t));
-    int r = params.getXValue_YValue_fromParm_atTime(&x, &y, id, toFrame(t)) ? 0 : 1;
-    if (hostIdx == 1) y = 1.0 - y;
-    return r;
-}
-
-int MemoryHost::GetColorValue(int, int id, TimeObject const& t, double& r, double& g, double& b) {
-    return params.getRedValue_GreenValue_BlueValue_fromParm_atTime(&r, &g, &b, id, toFrame(t)) ? 0
-                                                                                               : 1;
 }

@@ -1,4 +1,6 @@
 #pragma once
+#include "fxplug/HostIndex.h"
+#include "fxplug/PluginHost_FXPLUG_Impl.h"
 #include "host/PluginHost_API.h"
 #include "inprocess/ParameterStore.h"
 
@@ -45,38 +47,39 @@ class MemoryRaster : public PluginRaster_API {
     bool m_ownsPixels;
 };
 
-// A stand-alone host of one frame over an input and an output image. Parameters come from a
-// ParameterStore declared with the catalogue; getFXPLUGHost answers so that the core reads them.
-class MemoryHost : public PluginHost_API, public PluginFXPLUGFace {
+// What a test chooses of the frame besides the pictures: the parameters, and the render request
+// (frame, proxy scale, quality). A base of MemoryHost so that they exist before the binding reads
+// them.
+struct MemoryHostChoices {
+    ParameterStore params;
+    FxRenderInfo request;
+    double& frame = request.frame;
+    double& scaleX = request.scaleX;
+    double& scaleY = request.scaleY;
+};
+
+// The FxPlug binding's host over pictures in test memory, in any raster format, with the faults
+// and bookkeeping the in-process host does not offer: scratch memory and rasters that fail at a
+// chosen call, counts of blocks and locks outstanding, host answers switched on and off. The
+// parameters, their times and units are the binding's own (read from a ParameterStore declared
+// with the catalogue), on Final Cut Pro.
+class MemoryHost : public MemoryHostChoices, public PluginHost_FXPLUG_Impl {
   public:
     MemoryHost(MemoryImage* input, MemoryImage* output);
-    ~MemoryHost() override;
 
-    // What the test chooses.
-    ParameterStore params;
-    double frame = 0.0;
-    unsigned hostIdx = 0; // 0 Final Cut Pro, 1 Motion, 2 Final Cut Express
-    double scaleX = 1.0, scaleY = 1.0;
-    bool qualityHigh = true;
-    bool answerFXPLUG = true, answerAE = false, answerAVX1 = false, answerAVX2 = false,
-         answerGASKET = false;
-    long applicationCode = 0;
+    bool answerFXPLUG = true, answerAE = false;
     int failAllocMemoryAt = 0; // the Nth call (from 1) fails; 0 never
     int failAllocRasterAt = 0;
-    bool ignoreComposite = false;
 
     // What the test can observe.
     int allocMemoryCalls = 0, allocRasterCalls = 0;
     int liveBlocks = 0;  // allocMemory minus deallocMemory
     int lockBalance = 0; // lockMemory minus unlockMemory
 
-    // PluginFXPLUGFace
-    FxParameterCreationAPI* creationAPI() override { return &params; }
-    FxParameterRetrievalAPI* retrievalAPI() override { return &params; }
-    double getFrame() override { return frame; }
-    unsigned hostIndex() override { return hostIdx; }
+    unsigned hostIndex() override { return kHostFinalCutPro; }
+    PluginFXPLUGFace* getFXPLUGHost() override { return answerFXPLUG ? this : nullptr; }
+    void* getAEHost() override { return answerAE ? this : nullptr; }
 
-    // PluginHost_API
     int getOutputWidth() override;
     int getOutputHeight() override;
     int fillOutput() override;
@@ -86,50 +89,23 @@ class MemoryHost : public PluginHost_API, public PluginFXPLUGFace {
     int copy(PluginRaster_API* src, PluginRaster_API* dst) override;
     int copy(PluginRaster_API* src, PluginRaster_API* dst, TX_Rect* srcRect,
              TX_Rect* dstRect) override;
+    using PluginHost_FXPLUG_Impl::copy;
     PluginRaster_API* getInputRaster(int index) override;
     PluginRaster_API* getOutputRaster() override;
     PluginRaster_API* allocRaster(int width, int height, PluginRaster_API::PixelType type,
                                   int& error, int flags) override;
     PluginRaster_API* allocRaster(RasterInfo* info) override;
     int deallocRaster(PluginRaster_API* raster) override;
-    bool isQualityHigh() override { return qualityHigh; }
-    double getScaleX() override { return scaleX; }
-    double getScaleY() override { return scaleY; }
     double geAspectRatio(PluginRaster_API* raster) override;
-    void* getAEHost() override { return answerAE ? this : nullptr; }
-    void* getAVX1Host() override { return answerAVX1 ? this : nullptr; }
-    void* getAVX2Host() override { return answerAVX2 ? this : nullptr; }
-    PluginFXPLUGFace* getFXPLUGHost() override { return answerFXPLUG ? this : nullptr; }
-    void* getSPARKHost() override { return nullptr; }
-    void* getGASKETHost() override { return answerGASKET ? this : nullptr; }
     int getInputRasterInfo(int index, RasterInfo* info) override;
     int getOutputRasterInfo(RasterInfo* info) override;
     int getRasterInfo(PluginRaster_API* raster, RasterInfo* info) override;
+    using PluginHost_FXPLUG_Impl::getRasterInfo;
     void* allocMemory(int size) override;
     void* lockMemory(void* handle) override;
     void unlockMemory(void* handle) override;
     void deallocMemory(void* handle) override;
-    bool hasGlobalSeqData() override { return false; }
-    int getSourceLayerDimensions(int& width, int& height) override;
-    int getTimeScale() override { return 3000; }
-    int getCurrentTime() override { return int(100.0 * frame); }
-    int getTimeStep() override { return 100; }
-    int getFrameLength() override { return 3000; }
-    int getLocalTimeStep() override { return 100; }
-    bool isApplication(long code) override { return code == applicationCode && code != 0; }
-    int GetFloatValue(int index, int id, TimeObject const& t, double& value) override;
-    int GetAngleValue(int index, int id, TimeObject const& t, double& degrees) override;
-    int GetIntValue(int index, int id, TimeObject const& t, int& value) override;
-    int GetUIntValue(int index, int id, TimeObject const& t, unsigned int& value) override;
-    int GetBoolValue(int index, int id, TimeObject const& t, bool& value) override;
-    int GetPoint2DValue(int index, int id, TimeObject const& t, double& x, double& y) override;
-    int GetColorValue(int index, int id, TimeObject const& t, double& r, double& g,
-                      double& b) override;
     void setOutputRaster(PluginRaster_API* raster) override { m_outputOverride = raster; }
-    bool ignoreNormalComposite() override { return ignoreComposite; }
-
-    // Times at which parameters were read through the TimeObject operations, as frames.
-    std::vector<double> readFrames;
 
   private:
     MemoryImage* m_input;
