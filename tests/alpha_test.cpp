@@ -78,14 +78,14 @@ TEST(Alpha, OperationsInEachFormat) {
         {32, kCrossFadeToFull, 1, {0, 0, 0, 0}, {1, 1, 1, 1}},
     };
     for (auto const& c : cases) {
-        for (auto format : kServedFormats)
-            if (depthOf(format) == c.depth)
-                EXPECT_EQ(withTrait(format,
-                                    [&](auto p) {
-                                        return after<decltype(p)>(format, c.op, c.amount, c.in);
-                                    }),
-                          c.want)
-                    << "format " << format << " op " << c.op << " amount " << c.amount;
+        for (auto format : kServedFormats) {
+            if (depthOf(format) != c.depth) continue;
+            EXPECT_EQ(
+                withTrait(format,
+                          [&](auto p) { return after<decltype(p)>(format, c.op, c.amount, c.in); }),
+                c.want)
+                << "format " << format << " op " << c.op << " amount " << c.amount;
+        }
     }
 }
 
