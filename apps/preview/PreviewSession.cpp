@@ -105,8 +105,7 @@ void PreviewSession::setFrame(json const& request) {
         throw PreviewRefusal(400, "frame " + exactNumber(f) + " is not a frame of the input");
     // Its picture is read first: a file gone since the start is refused, the playhead stays.
     size_t index = size_t(at - m_frames.begin());
-    Picture picture = m_pictures.read(at->path);
-    m_source = std::move(picture);
+    m_source = read(*at);
     m_loadedIndex = long(index);
     m_frameIndex = index;
     m_effect.host().setCurrentTime(frame());
@@ -216,10 +215,13 @@ void PreviewSession::nudge(json const& request) {
     ++m_version;
 }
 
+Picture PreviewSession::read(PreviewFrame const& f) {
+    return f.video ? videoFrame(f.path, f.number) : m_pictures.read(f.path);
+}
+
 Picture const& PreviewSession::source() {
     if (m_loadedIndex != long(m_frameIndex)) {
-        PreviewFrame const& f = m_frames[m_frameIndex];
-        m_source = f.video ? videoFrame(f.path, f.number) : m_pictures.read(f.path);
+        m_source = read(m_frames[m_frameIndex]);
         m_loadedIndex = long(m_frameIndex);
     }
     return m_source;

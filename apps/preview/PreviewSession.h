@@ -96,6 +96,7 @@ class PreviewSession {
 
     Param const& paramOf(nlohmann::json const& request);
     Picture const& source();
+    Picture read(PreviewFrame const& f); // a frame's picture, from its file or its video
 
     std::string m_input, m_savePath;
     PreviewPictures m_pictures;
