@@ -1,6 +1,6 @@
 #pragma once
-#include "RenderLib/TentLines.h"
 #include "RenderLib/SoftnessMode.h"
+#include "RenderLib/TentLines.h"
 #include "host/PluginHost_API.h"
 #include "pixel/PixelFormats.h"
 #include "pixel/Traits.h"
@@ -235,7 +235,8 @@ int tentPass(PluginRasterInfo& src, PluginRasterInfo& dst, int radius, bool vert
     std::ptrdiff_t const srcAcross = vertical ? src.pixelBytes : src.rowBytes;
     std::ptrdiff_t const dstAlong = vertical ? dst.rowBytes : dst.pixelBytes;
     std::ptrdiff_t const dstAcross = vertical ? dst.pixelBytes : dst.rowBytes;
-    if (vertical && !progressive && src.pixelBytes == int(4 * sizeof(C)) &&
+    // A radius held below 0 (a line of fewer than four pixels) copies, as tentLine does.
+    if (vertical && !progressive && radius > 0 && src.pixelBytes == int(4 * sizeof(C)) &&
         dst.pixelBytes == int(4 * sizeof(C)) && src.width == width && src.height == height) {
         tentColumns<C, N>(src, dst, radius, first);
         return 0;
