@@ -32,7 +32,6 @@ double userFrom(Frei0rParam const& f, double x) {
 TEST(Frei0rMapping, ValuesAsHostsSetThem) {
     DeclaredParams d;
     auto mapped = frei0rParams(d.params());
-    EXPECT_EQ(mapped.size(), 38u);
     for (auto [name, x, user] : {std::tuple{"Zoom", 0.2, 1.0},
                                  {"Zoom", -1.0, -5.0},
                                  {"Zoom", 1e300, 1000.0},
@@ -60,13 +59,14 @@ TEST(Frei0rMapping, ValuesAsHostsSetThem) {
     }
 }
 
-// ffmpeg's and MLT's text of a value, and what Kdenlive's and Shotcut's panels show; every
-// default's text reads back as the default.
+// ffmpeg's and MLT's text of a value, and what Kdenlive's and Shotcut's panels show (every
+// default's text goes through ffmpeg in the equality test below).
 TEST(Frei0rMapping, TextAndEditorDisplay) {
     DeclaredParams d;
     auto mapped = frei0rParams(d.params());
     for (auto [name, u, text, shown, unit] :
          {std::tuple{"Bend", UserValue{1, 0, 0}, "y", "on", ""},
+          {"Bend", {0, 0, 0}, "n", "off", ""},
           {"Seam Color", {1, 0.5, 0}, "1/0.5/0", "#ff8000", ""},
           {"Transfer Mode", {3, 0, 0}, "0.157895", "Normal", ""},
           {"Fade Length", {100, 0, 0}, "0.2", "100.0", ""},
@@ -81,19 +81,6 @@ TEST(Frei0rMapping, TextAndEditorDisplay) {
         EditorDisplay e = frei0rEditorDisplay(f, u);
         EXPECT_EQ(e.text, shown);
         EXPECT_EQ(e.unit, unit);
-    }
-    for (Frei0rParam const& f : mapped) {
-        SCOPED_TRACE(f.name);
-        std::string t = frei0rText(f, userDefault(*f.param));
-        double v[3] = {t == "y" ? 1.0 : 0.0, 0, 0};
-        if (f.type == F0R_PARAM_COLOR)
-            std::sscanf(t.c_str(), "%lf/%lf/%lf", &v[0], &v[1], &v[2]);
-        else if (f.type == F0R_PARAM_DOUBLE)
-            v[0] = std::strtod(t.c_str(), nullptr);
-        UserValue back{-9, -9, -9};
-        setFromFrei0r(f, v, back);
-        size_t c = size_t(std::max(f.coordinate, 0));
-        EXPECT_NEAR(back[c], userDefault(*f.param)[c], 1e-7);
     }
 }
 
