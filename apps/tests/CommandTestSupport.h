@@ -9,6 +9,8 @@
 #include <fstream>
 #include <set>
 #include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -51,3 +53,38 @@ struct Scratch {
         return n;
     }
 };
+
+#ifdef MIRREL_WRITE_FAULT
+// The command with the write faults preloaded; the sanitizers' runtime need not come first.
+inline std::string const kFaulty =
+    "ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" MIRREL_WRITE_FAULT " ";
+
+// Starts the command with the write faults and `env` (NAME=VALUE...); answers its process.
+inline pid_t startFaulty(std::vector<std::string> const& env, std::vector<std::string> args) {
+    pid_t const child = fork();
+    if (child == 0) {
+        for (std::string const& e : env) putenv(strdup(e.c_str()));
+        setenv("LD_PRELOAD", MIRREL_WRITE_FAULT, 1);
+        setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
+        std::vector<char*> argv = {const_cast<char*>("mirrel")};
+        for (std::string& a : args) argv.push_back(a.data());
+        argv.push_back(nullptr);
+        execv(MIRREL_BINARY, argv.data());
+        _exit(127);
+    }
+    return child;
+}
+
+// Whether the file a paused writer makes appears within ten seconds.
+inline bool appears(std::string const& marker) {
+    for (int i = 0; i < 200 && !fs::exists(marker); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    return fs::exists(marker);
+}
+
+inline int finish(pid_t child) {
+    int status = 0;
+    waitpid(child, &status, 0);
+    return status;
+}
+#endif

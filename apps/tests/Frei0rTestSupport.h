@@ -1,5 +1,5 @@
 #pragma once
-#include "AppTestSupport.h"
+#include "CommandTestSupport.h"
 #include "apps/frei0r/Frei0rMapping.h"
 
 extern "C" {
@@ -80,13 +80,10 @@ inline std::string setOption(Param const& p, UserValue const& u) {
     return " --set '" + p.name + "=" + text + "'";
 }
 
-// A fresh scratch folder (ending in a slash) holding a generated three-frame clip with texture
-// and half-transparent parts, as in.1.png to in.3.png.
-inline std::string clipFolder(std::string const& name, std::string const& ffmpeg) {
-    std::filesystem::path dir = scratchPath(name);
-    std::filesystem::remove_all(dir);
-    std::filesystem::create_directories(dir);
-    std::string d = dir.string() + "/";
+// A generated three-frame clip with texture and half-transparent parts, as in.1.png to in.3.png
+// in the scratch folder; answers the folder's name ending in a slash.
+inline std::string writeClip(Scratch const& s, std::string const& ffmpeg) {
+    std::string d = s.dir.string() + "/";
     if (shell(ffmpeg +
               " -v error -f lavfi -i \"testsrc2=size=96x64:rate=25,format=rgba,"
               "geq=r='r(X,Y)':g='g(X,Y)':b='b(X,Y)':a='if(lt(X,24),128,255)'\" "
@@ -94,4 +91,19 @@ inline std::string clipFolder(std::string const& name, std::string const& ffmpeg
               d + "in.%d.png") != 0)
         throw std::runtime_error("ffmpeg could not make the clip");
     return d;
+}
+
+// Frame N (1 to 3) of every run, RUN.N.png in the scratch folder, equals `mirrel render` of
+// in.N.png with args(N), and shows the mirror.
+inline void expectRunsEqualTheCommand(Scratch const& s, std::vector<std::string> const& runs,
+                                      std::function<std::string(int)> const& args) {
+    for (int f = 1; f <= 3; ++f) {
+        std::string n = std::to_string(f) + ".png";
+        ASSERT_EQ(shell(MIRREL_BINARY " render " + s("in." + n) + " -o " + s("cli." + n) + args(f)),
+                  0);
+        auto const cli = s.pixels("cli." + n);
+        EXPECT_NE(cli, s.pixels("in." + n));
+        for (std::string const& run : runs)
+            EXPECT_EQ(s.pixels(run + "." + n), cli) << run << " frame " << f;
+    }
 }

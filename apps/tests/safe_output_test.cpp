@@ -17,10 +17,6 @@
 
 namespace {
 
-// The command with the write faults preloaded; the sanitizers' runtime need not come first.
-std::string const kFaulty =
-    "ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" MIRREL_WRITE_FAULT " ";
-
 // A scratch folder holding the demo picture as in.png.
 struct Folder : Scratch {
     Folder() { EXPECT_EQ(mirrel("demo -o " + (*this)("in.png")).status, 0); }
@@ -82,38 +78,15 @@ TEST(SafeOutput, LongNamesAndOutputsThatAreNoFiles) {
     EXPECT_EQ(fs::status(f("fifo.png")).type(), fs::file_type::fifo);
 }
 
-// Starts the command with the write faults in `env` (NAME=VALUE...) and answers its process.
-pid_t start(std::vector<std::string> const& env, std::vector<std::string> args) {
-    pid_t const child = fork();
-    if (child == 0) {
-        for (std::string const& e : env) putenv(strdup(e.c_str()));
-        setenv("LD_PRELOAD", MIRREL_WRITE_FAULT, 1);
-        setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
-        std::vector<char*> argv = {const_cast<char*>("mirrel")};
-        for (std::string& a : args) argv.push_back(a.data());
-        argv.push_back(nullptr);
-        execv(MIRREL_BINARY, argv.data());
-        _exit(127);
-    }
-    return child;
-}
-
-int finish(pid_t child) {
-    int status = 0;
-    waitpid(child, &status, 0);
-    return status;
-}
-
 TEST(SafeOutput, SignalsDuringTheWriteLeaveNoTemporaryFile) {
     Folder f;
     // A format encoded through a private folder (SGI) leaves none behind either.
     for (auto [sig, out] : {std::pair{SIGHUP, "o.png"}, {SIGTERM, "o.sgi"}, {SIGPIPE, "o.png"}}) {
         std::string const marker = f("writing");
-        pid_t const child = start({"MIRREL_FAULT_PAUSE=" + marker, "TMPDIR=" + f.dir.string()},
-                                  {"render", f("in.png"), "-o", f(out)});
-        for (int i = 0; i < 200 && !fs::exists(marker); ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        ASSERT_TRUE(fs::exists(marker)) << sig;
+        pid_t const child =
+            startFaulty({"MIRREL_FAULT_PAUSE=" + marker, "TMPDIR=" + f.dir.string()},
+                        {"render", f("in.png"), "-o", f(out)});
+        ASSERT_TRUE(appears(marker)) << sig;
         kill(child, sig);
         int const status = finish(child);
         fs::remove(marker);
@@ -132,9 +105,9 @@ TEST(SafeOutput, SignalsDuringTheWriteLeaveNoTemporaryFile) {
     for (int i = 1; i <= 6; ++i) fs::copy_file(f("in.png"), f("in" + std::to_string(i) + ".png"));
     std::srand(unsigned(getpid()));
     for (int sig : {SIGINT, SIGTERM, SIGINT, SIGTERM, SIGINT}) {
-        pid_t const child =
-            start({"MIRREL_FAULT_SLOW_FSYNC=300"}, {"render", f("in%d.png"), "-o", f("out%d.png"),
-                                                    "--frames", "1-6", "--jobs", "2", "--quiet"});
+        pid_t const child = startFaulty({"MIRREL_FAULT_SLOW_FSYNC=300"},
+                                        {"render", f("in%d.png"), "-o", f("out%d.png"), "--frames",
+                                         "1-6", "--jobs", "2", "--quiet"});
         std::this_thread::sleep_for(std::chrono::milliseconds(300 + std::rand() % 1500));
         kill(child, sig);
         finish(child);

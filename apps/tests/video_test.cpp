@@ -165,8 +165,6 @@ TEST_F(VideoRender, DeepSourcesAndAlphaAreKept) {
 TEST_F(VideoRender, FailuresLeaveNothingBehind) {
     ASSERT_EQ(mirrel("render " + clip() + " -o " + f("o.mp4")).status, 0);
     std::ofstream(f("bad.mp4")) << "not a video";
-    std::string const faulty =
-        "LD_PRELOAD=" MIRREL_WRITE_FAULT " ASAN_OPTIONS=verify_asan_link_order=0 ";
     struct Case {
         std::string command, message;
         int status;
@@ -174,7 +172,7 @@ TEST_F(VideoRender, FailuresLeaveNothingBehind) {
     for (Case const& c : std::vector<Case>{
              {MIRREL_BINARY " render " + f("bad.mp4") + " -o " + f("o.mp4"), f("bad.mp4"), 1},
              {MIRREL_BINARY " render " + clip() + " -o " + f("o.mp4") + " --codec nope", "nope", 2},
-             {"MIRREL_FAULT_ENOSPC_AFTER=3000 " + faulty + MIRREL_BINARY " render " + clip() +
+             {"MIRREL_FAULT_ENOSPC_AFTER=3000 " + kFaulty + MIRREL_BINARY " render " + clip() +
                   " -o " + f("o.mp4") + " --set Zoom=2",
               "No space left", 1},
              {MIRREL_BINARY " render " + f("o.mp4") + " -o " + f("o.mp4"), "is the input", 2}}) {
@@ -188,20 +186,11 @@ TEST_F(VideoRender, FailuresLeaveNothingBehind) {
     }
     // Interrupted while writing: the temporary file goes with the process.
     std::string const marker = f("writing");
-    pid_t const child = fork();
-    if (child == 0) {
-        setenv("MIRREL_FAULT_PAUSE", marker.c_str(), 1);
-        setenv("LD_PRELOAD", MIRREL_WRITE_FAULT, 1);
-        setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
-        execl(MIRREL_BINARY, "mirrel", "render", clip().c_str(), "-o", f("o.mp4").c_str(), "-q",
-              static_cast<char*>(nullptr));
-        _exit(127);
-    }
-    for (int i = 0; i < 200 && !fs::exists(marker); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    pid_t const child =
+        startFaulty({"MIRREL_FAULT_PAUSE=" + marker}, {"render", clip(), "-o", f("o.mp4"), "-q"});
+    ASSERT_TRUE(appears(marker));
     kill(child, SIGINT);
-    int status = 0;
-    waitpid(child, &status, 0);
+    int const status = finish(child);
     fs::remove(marker);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) << status;
     EXPECT_EQ(f.names(), (std::set<std::string>{"bad.mp4", "o.mp4"}));
