@@ -10,6 +10,7 @@
 #include "pixel/Traits.h"
 
 #include <algorithm>
+#include <bit>
 #include <climits>
 #include <cstddef>
 #include <cstring>
@@ -178,8 +179,10 @@ template <class C> MIRREL_AVX2_INLINE __m128 sampleLevel4(MipLevel<C, 4> const& 
     int const half = 1 << (s - 1);
     int const X = std::max(x - half, 0), Y = std::max(y - half, 0);
     int const ix = std::min(X >> s, lv.width - 1), iy = std::min(Y >> s, lv.height - 1);
-    __m128 const fx = _mm_set1_ps(float(X - (ix << s)) / float(1 << s));
-    __m128 const fy = _mm_set1_ps(float(Y - (iy << s)) / float(1 << s));
+    // Dividing by 2^s is multiplying by 2^-s, to the bit.
+    float const inverse = std::bit_cast<float>((127 - s) << 23);
+    __m128 const fx = _mm_set1_ps(float(X - (ix << s)) * inverse);
+    __m128 const fy = _mm_set1_ps(float(Y - (iy << s)) * inverse);
     int const jx = ix == lv.width - 1 ? ix : ix + 1;
     int const jy = iy == lv.height - 1 ? iy : iy + 1;
     __m128 const top = lerpUnit4<C>(loadPixel4(lv.at(ix, iy)), loadPixel4(lv.at(jx, iy)), fx);
