@@ -1,11 +1,13 @@
 #pragma once
 #include "host/PluginHost_API.h"
 #include "pixel/InFrontRows8.h"
+#include "pixel/InFrontRowsDeep.h"
 #include "pixel/Traits.h"
 
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 // The pixel loops of the transfer modes, on straight colour. top and bottom are read, out is
 // written and may be top; the bottom's size bounds the loops.
@@ -59,10 +61,12 @@ template <class P, class V> inline void dropNegative(V* c) {
 
 // Walks the three layers over the bottom's size. Per pixel, `body` gets the three pixels, both
 // alphas scaled by their opacities and the union alpha; forceOpaque then sets alpha to full.
-// An 8-bit `lead` row function, where given, does the leading pixels of each row instead of body.
+// A `lead` row function, where given, does the leading pixels of each row instead of body.
+template <class P, class C>
+using LeadRow = std::conditional_t<P::is8Bit(), InFrontRow8, InFrontRowDeep<C>>;
 template <class P, class C, class V, class Body>
 void walk(Layers const& L, float opacityTop, float opacityBottom, bool forceOpaque, Body&& body,
-          InFrontRow8 lead = nullptr) {
+          LeadRow<P, C> lead = nullptr) {
     // 8-bit alphas scale through tables of the same products, made once a call.
     [[maybe_unused]] V scaledTop[P::is8Bit() ? 256 : 1], scaledBottom[P::is8Bit() ? 256 : 1];
     if constexpr (P::is8Bit())
@@ -86,11 +90,13 @@ void walk(Layers const& L, float opacityTop, float opacityBottom, bool forceOpaq
         auto const* b = reinterpret_cast<C const*>(L.bottom.row(y));
         auto* o = reinterpret_cast<C*>(L.out.row(y));
         int x = 0;
-        if constexpr (P::is8Bit())
-            if (lead) {
+        if (lead) {
+            if constexpr (P::is8Bit())
                 x = lead(t, b, o, L.bottom.width, scaledTop, scaledBottom, forceOpaque);
-                t += 4 * x, b += 4 * x, o += 4 * x;
-            }
+            else
+                x = lead(t, b, o, L.bottom.width, opacityTop, opacityBottom, forceOpaque);
+            t += 4 * x, b += 4 * x, o += 4 * x;
+        }
         for (; x < L.bottom.width; ++x, t += 4, b += 4, o += 4) {
             V const A1 = scaled(t[P::ALPHA], scaledTop, opacityTop);
             V const A2 = scaled(b[P::ALPHA], scaledBottom, opacityBottom);
@@ -123,8 +129,15 @@ int Blend(P, C, A, V, F, Mode mode, PluginHost_API* host, float opacityTop, floa
     if (!mode.hasEffect()) return 0;
     V const M = V(P::MAX_VALUE());
     V const m = V(P::MIN_VALUE());
-    InFrontRow8 lead = nullptr;
-    if constexpr (P::is8Bit() && Mode::keepsTopColour) lead = chosenInFrontRow8(P::ALPHA);
+    LeadRow<P, C> lead = nullptr;
+    if constexpr (Mode::keepsTopColour) {
+        if constexpr (P::is8Bit())
+            lead = chosenInFrontRow8(P::ALPHA);
+        else if constexpr (P::is32Bit())
+            lead = chosenInFrontRow32(P::ALPHA);
+        else
+            lead = chosenInFrontRow16(P::ALPHA);
+    }
     walk<P, C, V>(
         Layers(host, top, bottom, out), opacityTop, opacityBottom, forceOpaque,
         [&](C const* t, C const* b, C* o, V A1, V A2, V O) {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 
 namespace {
 
@@ -178,13 +179,14 @@ struct ScalarInFront : BLEND_IN_FRONT<P, C, A, V, F> {
     static constexpr bool keepsTopColour = false;
 };
 
-// The vector rows of the 8-bit in-front composite give the pixel loop's bytes: noise pictures
-// whose alphas gather at 0, 255 and in between (a whole row of each first), widths that leave
-// tails, opacities that keep the vector lanes in range and ones (above 1) that must fall back,
-// written over the top.
+// The vector rows of the in-front composite give the pixel loop's bytes: noise pictures whose
+// alphas gather at 0, full and in between (a whole row of each first), float colour a little
+// beyond 0..1 (below 0 as well), widths that leave tails, opacities that keep the 8-bit lanes in
+// range and ones (above 1) that must fall back, written over the top.
 std::pair<float, float> const kOpacities[] = {{1, 1},    {0.6f, 1}, {0.37f, 0.5f}, {1, 0},
                                               {0, 0.8f}, {1.6f, 1}, {1, 2}};
 template <class P> void expectVectorInFrontEqualsLoop(PluginRasterFormat format) {
+    using C = typename P::C;
     for (int width : {1, 8, 29, 64})
         for (auto [opTop, opBottom] : kOpacities) {
             MemoryImage bottom(format, width, 7);
@@ -194,9 +196,13 @@ template <class P> void expectVectorInFrontEqualsLoop(PluginRasterFormat format)
             for (int y = 0; y < 7; ++y)
                 for (int x = 0; x < width; ++x)
                     for (auto* im : {&tops[0], &tops[1], &bottom}) {
-                        auto* px = im->template pixel<unsigned char>(x, y);
+                        auto* px = im->template pixel<C>(x, y);
+                        if constexpr (P::is32Bit())
+                            for (int i = 0; i < 4; ++i)
+                                px[i] = float(int(std::bit_cast<unsigned>(px[i]) % 1500) - 250) /
+                                        1000.0f;
                         int const pick = y < 2 ? y : (x * 7 + y * 3 + int(im == &bottom)) % 5;
-                        if (pick < 2) px[P::ALPHA] = pick == 0 ? 0 : 255;
+                        if (pick < 2) px[P::ALPHA] = C(pick == 0 ? 0 : P::MAX_VALUE());
                     }
             MemoryHost host(&tops[0], &bottom);
             MemoryRaster t0(tops[0].info, false), t1(tops[1].info, false), b(bottom.info, false);
@@ -214,6 +220,10 @@ template <class P> void expectVectorInFrontEqualsLoop(PluginRasterFormat format)
 TEST(TransferModes, VectorInFrontRowsEqualThePixelLoop) {
     expectVectorInFrontEqualsLoop<PIXEL_RGBA8>(RF_RGBA8);
     expectVectorInFrontEqualsLoop<PIXEL_ARGB8>(RF_ARGB8);
+    expectVectorInFrontEqualsLoop<PIXEL_RGBA16>(RF_RGBA16);
+    expectVectorInFrontEqualsLoop<PIXEL_ARGB16>(RF_ARGB16);
+    expectVectorInFrontEqualsLoop<PIXEL_RGBA32>(RF_RGBA32);
+    expectVectorInFrontEqualsLoop<PIXEL_ARGB32>(RF_ARGB32);
 }
 
 } // namespace
