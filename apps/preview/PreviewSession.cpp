@@ -105,7 +105,7 @@ void PreviewSession::setFrame(json const& request) {
         throw PreviewRefusal(400, "frame " + exactNumber(f) + " is not a frame of the input");
     // Its picture is read first: a file gone since the start is refused, the playhead stays.
     size_t index = size_t(at - m_frames.begin());
-    Picture picture = m_pictures.read(at->path);
+    Picture picture = at->video ? videoFrame(at->path, at->number) : m_pictures.read(at->path);
     m_source = std::move(picture);
     m_loadedIndex = long(index);
     m_frameIndex = index;
