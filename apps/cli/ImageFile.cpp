@@ -1,6 +1,7 @@
 #include "apps/cli/ImageFile.h"
 
 #include "apps/cli/EncodeImage.h"
+#include "apps/cli/PngCheck.h"
 #include "apps/common/Errors.h"
 #include "apps/common/InputFile.h"
 #include "apps/common/ParamLookup.h"
@@ -136,6 +137,7 @@ std::pair<int, int> pictureSize(std::string const& path) {
     } catch (Failure const&) {
         return {0, 0};
     }
+    if (!pngError(path, true).empty()) return {0, 0};
     auto in = OIIO::ImageInput::open(path);
     if (!in) return {0, 0};
     OIIO::ImageSpec const& spec = in->spec();
@@ -180,6 +182,11 @@ void checkPixelCount(std::string const& path, OIIO::ImageSpec const& spec,
 
 LoadedImage readImage(std::string const& path, int depth, unsigned long long maxPixels) {
     checkInputFile("input", path);
+    auto refuseBadPng = [&](bool headerOnly) {
+        if (std::string e = pngError(path, headerOnly); !e.empty())
+            throw Failure("cannot read " + inQuotes(path) + ": " + e);
+    };
+    refuseBadPng(true);
     // Ask for the pixels as stored, so that straight colour is premultiplied here, the same way
     // for every format.
     OIIO::ImageSpec config;
@@ -195,6 +202,7 @@ LoadedImage readImage(std::string const& path, int depth, unsigned long long max
         throw Failure("cannot read " + inQuotes(path) +
                       ": display window larger than 32768 pixels on a side");
     checkPixelCount(path, spec, maxPixels);
+    refuseBadPng(false);
     try {
         LoadedImage out;
         FileLayout& l = out.layout;

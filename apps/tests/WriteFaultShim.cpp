@@ -2,6 +2,7 @@
 //   MIRREL_FAULT_ENOSPC_AFTER=N  writes fail with ENOSPC once N bytes have gone to files
 //   MIRREL_FAULT_PAUSE=FILE      the first write to a file creates FILE, then waits 3 seconds
 //   MIRREL_FAULT_SLOW_FSYNC=MS   every fsync first waits MS milliseconds, as a slow disk does
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <dlfcn.h>
@@ -17,15 +18,16 @@ bool isFile(int fd) {
     return fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
 }
 
-long g_written = 0;
-bool g_paused = false;
+// Shared by the workers of a --jobs run.
+std::atomic<long> g_written{0};
+std::atomic<bool> g_paused{false};
 
 } // namespace
 
 extern "C" ssize_t write(int fd, void const* buf, size_t n) {
     if (isFile(fd)) {
-        if (char const* marker = std::getenv("MIRREL_FAULT_PAUSE"); marker && !g_paused) {
-            g_paused = true;
+        if (char const* marker = std::getenv("MIRREL_FAULT_PAUSE");
+            marker && !g_paused.exchange(true)) {
             close(open(marker, O_WRONLY | O_CREAT, 0600));
             sleep(3);
         }

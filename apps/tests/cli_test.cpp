@@ -134,6 +134,18 @@ TEST(Cli, ErrorsExitWithTheirStatusAndNameWhatIsWrong) {
         EXPECT_EQ(r.status, status) << args << "\n" << r.err;
         EXPECT_TRUE(contains(r.err, message)) << args << "\n" << r.err;
     }
+    // A damaged PNG: libpng's complaint comes on the line that names the file, never alone.
+    std::string png = s("crc.png");
+    std::ifstream source(in, std::ios::binary);
+    std::string bytes{std::istreambuf_iterator<char>(source), {}};
+    size_t idat = bytes.find("IDAT"); // the chunk's checksum follows its data
+    bytes[idat + 4 + (uint8_t(bytes[idat - 2]) << 8 | uint8_t(bytes[idat - 1]))] ^= 1;
+    std::ofstream(png, std::ios::binary) << bytes;
+    Outcome r = mirrel("render " + png + " -o " + s("o.png"));
+    EXPECT_EQ(r.status, 1);
+    for (size_t a = 0, b; (b = r.err.find('\n', a)) != std::string::npos; a = b + 1)
+        EXPECT_TRUE(contains(r.err.substr(a, b - a), png)) << r.err;
+    fs::remove(png);
     // Only the input is left: no output and no temporary file from any failure.
     EXPECT_EQ(std::distance(fs::directory_iterator(s.dir), fs::directory_iterator()), 1);
     EXPECT_EQ(s.pixels("in.png"), before);
