@@ -1,8 +1,8 @@
 #!/bin/sh
 # CPU per 1080p frame of ffmpeg with the mirrel frei0r plug-in for each look people use, against
 # ffmpeg's own flat reflection chain, single-threaded, the cost of making the frames (a run
-# through the null filter) taken off. The looks' filter_params come from the plug-in's own
-# mapping (mirrel_frei0r_look). Runs are interleaved and the least CPU of each kept; the table
+# through the null filter) taken off. The looks' filters come from `mirrel export --for ffmpeg`,
+# the plug-in's own mapping. Runs are interleaved and the least CPU of each kept; the table
 # is sorted by ratio, the worst last. With BEFORE set to the frei0r-1 folder of another build
 # (an earlier commit), its plug-in runs the same looks in the same rounds, in a column of its own.
 #   [BEFORE=dir] bench/ffmpeg_looks.sh [build dir] [frames] [rounds]
@@ -11,8 +11,8 @@ build=${1:-build}
 frames=${2:-20}
 rounds=${3:-2}
 module_dir=$(cd "$build/frei0r-1" && pwd)
-look_tool=$build/bench/mirrel_frei0r_look
-[ -f "$module_dir/mirrel.so" ] && [ -x "$look_tool" ] || { echo "build first" >&2; exit 2; }
+mirrel=$build/mirrel
+[ -f "$module_dir/mirrel.so" ] && [ -x "$mirrel" ] || { echo "build first" >&2; exit 2; }
 command -v ffmpeg >/dev/null || { echo "ffmpeg is not installed" >&2; exit 2; }
 
 source="testsrc2=size=1920x1080:rate=25,format=rgba"
@@ -31,8 +31,8 @@ product|Softness=15;Fade Length=60;Mirrel Opacity=60;Bend=on;Bend Angle=20'
 params() {
     printf '%s\n' "$1" | tr ';' '\n' | {
         set --
-        while IFS= read -r s; do [ -n "$s" ] && set -- "$@" "$s"; done
-        "$look_tool" "$@"
+        while IFS= read -r s; do [ -n "$s" ] && set -- "$@" --set "$s"; done
+        "$mirrel" export --for ffmpeg "$@"
     }
 }
 
@@ -48,7 +48,7 @@ min() { [ -z "$1" ] && echo "$2" || awk -v a="$1" -v b="$2" 'BEGIN {print (b < a
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
 printf '%s\n' "$looks" | while IFS='|' read -r name settings; do
-    printf '%s\n' "frei0r=filter_name=mirrel:filter_params=$(params "$settings")" >"$tmp/$name.vf"
+    params "$settings" >"$tmp/$name.vf"
 done
 i=0
 while [ $i -lt "$rounds" ]; do

@@ -2,6 +2,7 @@
 
 #include "apps/common/EffectSession.h"
 #include "apps/common/HostExport.h"
+#include "apps/common/Settings.h"
 
 #include <CLI/CLI.hpp>
 
@@ -17,15 +18,16 @@ CLI::App* addExportCommand(CLI::App& app, ExportOptions& o) {
   melt      the filter arguments, animated values as MLT keyframes
   gst       the GStreamer element with its properties (values at --frame)
   kdenlive  each control's value to type, in Kdenlive's units
-  shotcut   each frei0r property's value, as Shotcut's project file holds it
+  shotcut   each control's value to type, in Shotcut's units (the same as Kdenlive's)
 The plug-in must be on the host's path: FREI0R_PATH=<build>/frei0r-1.
 
 Example:
   FREI0R_PATH=$PWD/build/frei0r-1 ffmpeg -i in.mov \
       -vf "$(mirrel export look.json --for ffmpeg)" out.mov)x");
-    cmd->add_option("PRESET", o.presets, "preset files, applied in order")
-        ->required()
-        ->type_name("FILE.json");
+    cmd->add_option("PRESET", o.presets, "preset files, applied in order")->type_name("FILE.json");
+    cmd->add_option("--set", o.sets,
+                    "set a parameter after the presets (repeatable), as render does")
+        ->type_name("LABEL=VALUE");
     cmd->add_option("--for", o.host, "the host")
         ->required()
         ->check(CLI::IsMember({"ffmpeg", "melt", "gst", "kdenlive", "shotcut"}));
@@ -38,6 +40,7 @@ Example:
 void exportCommand(ExportOptions const& o, std::ostream& out) {
     EffectSession session;
     for (std::string const& preset : o.presets) session.apply(loadPreset(session.params(), preset));
+    for (std::string const& set : o.sets) session.apply({parseSetArgument(session.params(), set)});
     if (o.host == "ffmpeg") {
         out << ffmpegExport(session, o.frame) << "\n";
     } else if (o.host == "melt") {

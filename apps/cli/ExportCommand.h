@@ -9,7 +9,8 @@ class App;
 
 struct ExportOptions {
     std::vector<std::string> presets;
-    std::string host; // ffmpeg, melt, gst, kdenlive or shotcut
+    std::vector<std::string> sets; // LABEL=VALUE, applied after the presets
+    std::string host;              // ffmpeg, melt, gst, kdenlive or shotcut
     double frame = 0.0;
 };
 
