@@ -152,22 +152,7 @@ int coreTransformRender(PIXEL, C, ACC, V, FORMAT, PluginHost_API* host, CoreRend
                         bool singleChannel, RenderSettings* given, bool edgeCoverage,
                         bool fillPolygon) {
     using namespace core_transform_detail;
-    RenderSettings local;
-    if (!given) {
-        // Nothing of the caller's to keep: start from zero rather than from whatever the stack
-        // held, with the rectangles empty.
-        std::memset(static_cast<void*>(&local), 0, sizeof local);
-        local.srcRect = TX_IRect();
-        local.dstRect = TX_IRect();
-        local.srcLeft = local.srcTop = 0;
-        local.srcRight = local.srcBottom = -1;
-        // Supersampling on a 3 by 3 grid a third of a pixel apart, equally weighted.
-        for (int k = 0; k < 9; ++k) {
-            local.ssWeights[k] = 1.0 / 9.0;
-            local.ssOffsetX[k] = (k % 3 - 1) / 3.0;
-            local.ssOffsetY[k] = (k / 3 - 1) / 3.0;
-        }
-    }
+    RenderSettings local; // nothing of the caller's to keep: a blank record
     RenderSettings& s = given ? *given : local;
     s.renderMode = args.renderMode;
     s.kernelSize = args.kernelIndex;

@@ -52,52 +52,52 @@ struct RowsRead {
     bool bounded = true; // false once a span's y could not be bounded by its ends
 };
 
+// Every field starts at zero, the sampling bounds and the rectangles empty and supersampling on
+// a 3 by 3 grid a third of a pixel apart, equally weighted: a caller fills what it uses.
 struct RenderSettings {
-    int renderMode;
-    double destQuadStored[4][2]; // top left, top right, bottom left, bottom right
-    LineFunction lineFunction;   // whole pixels of a span
-    void* lineData;
-    LineFunction edgeFunction; // border pixels, with coverage
-    unsigned char* srcPixels;
-    int srcPixelBytes;
-    int srcRowBytes;
-    unsigned char* dstPixels;
-    int dstRowBytes;
-    int dstTop;     // first destination row in scan coordinates
-    int interpMode; // 0 nearest, 1 bilinear, 2 kernel table, 3 supersampled
+    int renderMode = 0;
+    double destQuadStored[4][2] = {};    // top left, top right, bottom left, bottom right
+    LineFunction lineFunction = nullptr; // whole pixels of a span
+    void* lineData = nullptr;
+    LineFunction edgeFunction = nullptr; // border pixels, with coverage
+    unsigned char* srcPixels = nullptr;
+    int srcPixelBytes = 0;
+    int srcRowBytes = 0;
+    unsigned char* dstPixels = nullptr;
+    int dstRowBytes = 0;
+    int dstTop = 0;     // first destination row in scan coordinates
+    int interpMode = 0; // 0 nearest, 1 bilinear, 2 kernel table, 3 supersampled
     // Sampling bounds, inclusive; empty until set.
     int srcLeft = 0, srcTop = 0, srcRight = -1, srcBottom = -1;
-    int outputWidth, outputHeight;
-    int width, height;
-    int minValue, maxValue;
-    KernelFunction kernelFunc;
-    KernelFunction sharpenKernelA;
-    KernelFunction sharpenKernelB;
-    double mitchellCoeffs[3][7]; // block 0 plain kernel, 1 kernel A, 2 kernel B
-    double kaiserParams[3][2];   // alpha and 1 / bessel_i0(alpha), blocks as above
-    float sharpenSizeRatio;
-    float sharpenAmount;
-    int kernelPass;        // which block a parametrised kernel reads now
-    float kernelLut[2570]; // 256 rows of kernelSize weights, packed
-    int kernelSize;
-    double kernelScale;
+    int outputWidth = 0, outputHeight = 0;
+    int width = 0, height = 0;
+    int minValue = 0, maxValue = 0;
+    KernelFunction kernelFunc = nullptr;
+    KernelFunction sharpenKernelA = nullptr;
+    KernelFunction sharpenKernelB = nullptr;
+    double mitchellCoeffs[3][7] = {}; // block 0 plain kernel, 1 kernel A, 2 kernel B
+    double kaiserParams[3][2] = {};   // alpha and 1 / bessel_i0(alpha), blocks as above
+    float sharpenSizeRatio = 0.0f;
+    float sharpenAmount = 0.0f;
+    int kernelPass = 0;         // which block a parametrised kernel reads now
+    float kernelLut[2570] = {}; // 256 rows of kernelSize weights, packed
+    int kernelSize = 0;
+    double kernelScale = 0.0;
     TX_IRect dstRect;
     TX_IRect srcRect;
     TX_Point2D corners[4]; // top left, bottom left, bottom right, top right
-    int offsetX, offsetY;
+    int offsetX = 0, offsetY = 0;
     TX_Point2D secondCorners[4];
-    double srcQuadStored[4][2];
-    int alphaIndex;
-    double ssWeights[9];
-    double ssOffsetX[9];
-    double ssOffsetY[9];
-    bool useInputTransform;
-    double inputX, inputY, inputScaleX, inputScaleY, inputRotation;
+    double srcQuadStored[4][2] = {};
+    int alphaIndex = 0;
+    double ssWeights[9] = {1.0 / 9.0, 1.0 / 9.0, 1.0 / 9.0, 1.0 / 9.0, 1.0 / 9.0,
+                           1.0 / 9.0, 1.0 / 9.0, 1.0 / 9.0, 1.0 / 9.0};
+    double ssOffsetX[9] = {-1 / 3.0, 0.0, 1 / 3.0, -1 / 3.0, 0.0, 1 / 3.0, -1 / 3.0, 0.0, 1 / 3.0};
+    double ssOffsetY[9] = {-1 / 3.0, -1 / 3.0, -1 / 3.0, 0.0, 0.0, 0.0, 1 / 3.0, 1 / 3.0, 1 / 3.0};
+    bool useInputTransform = false;
+    double inputX = 0.0, inputY = 0.0, inputScaleX = 0.0, inputScaleY = 0.0, inputRotation = 0.0;
     // A dry run: the scan records where it would sample and draws nothing.
     RowsRead* rowsRead = nullptr;
     // Destination rows left undrawn at the top and at the bottom, which nothing reads later.
     int skipAbove = 0, skipBelow = 0;
-
-    // Only the bounds, rectangles and corners are set; the caller fills the rest.
-    RenderSettings() {}
 };
