@@ -118,10 +118,8 @@ int calcMatrix(TX_Mtrx44& m, CoreRenderArguments& args, RenderSettings& s, int w
     }
     m.scale(width * 0.5, height * 0.5, 1.0);
     m.translate(1.0, 1.0, 0.0);
-    // A camera of 40 degrees at the distance where the unit square fills the frame.
-    m.perspective(40.0, 1.0, double(0.01f), 10000.0);
-    const float distance = float(1.0 / (2.0 * std::tan(0.3490658503988659)));
-    m.translate(0.0, 0.0, -double(distance));
+    // The transform's camera takes its near plane through float, as the mirror's layout does not.
+    m.frameCamera(double(0.01f));
     if (args.useMatrix) {
         for (int r = 0; r < 4; ++r)
             for (int c = 0; c < 4; ++c) m.m_elem[4 * r + c] = args.matrix[r][c];

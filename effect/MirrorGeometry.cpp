@@ -61,12 +61,11 @@ void generateRotatePoints(float slantX, float slantY, float startX, float startY
     // A frame-sized rectangle centred on the baseline, turned with it, seen by a camera at the
     // distance where the plane fills the frame.
     float const aspect = width / height;
-    float const distance = float(1.0 / (2.0 * std::tan(0.3490658503988659)));
     TX_Mtrx44 m;
     m.scale(width / 2, height / 2, 1);
     m.translate(1, 1, 0);
-    m.perspective(40, 1, 0.01, 10000);
-    m.translate(0, 0, -distance);
+    // The layout's camera takes its near plane as the double 0.01, as the transform's does not.
+    m.frameCamera(0.01);
     m.translate(0, 0, 0);
     m.translate(mx / width - 0.5, my / height - 0.5, 0);
     m.scale(1 / aspect, 1, 1);

@@ -92,6 +92,12 @@ void TX_Mtrx44::perspective(double fovDegrees, double aspect, double zNear, doub
     multLeft(p);
 }
 
+void TX_Mtrx44::frameCamera(double zNear) {
+    perspective(40.0, 1.0, zNear, 10000.0);
+    const float distance = float(1.0 / (2.0 * std::tan(kCameraHalfAngle)));
+    translate(0.0, 0.0, -double(distance));
+}
+
 void TX_Mtrx44::perspectiveInverse(double fovDegrees, double aspect, double zNear, double zFar) {
     TX_ASSERT(zNear != 0.0, "zNear != 0.0");
     TX_ASSERT((zFar - zNear) != 0.0, "(zFar - zNear) != 0.0");

@@ -25,6 +25,9 @@ class TX_Mtrx44 {
                         double, double aspect);
     void perspective(double fovDegrees, double aspect, double zNear, double zFar);
     void perspectiveInverse(double fovDegrees, double aspect, double zNear, double zFar);
+    // A camera of 40 degrees at the distance where the unit square fills the frame; the callers
+    // differ in the rounding of the near plane.
+    void frameCamera(double zNear);
     int square2Quad(const double* quad);
     TX_Mtrx44 square2QuadInverse(bool replace);
     int quad2Square(const double* quad);

@@ -2,6 +2,7 @@
 
 #include "apps/common/Errors.h"
 #include "apps/frei0r/Frei0rMapping.h"
+#include "host/Angles.h"
 
 #include <frei0r.h>
 
@@ -11,8 +12,6 @@
 #include <cstdio>
 
 namespace {
-
-constexpr double kRadiansToDegrees = 57.29577951308232;
 
 // The shortest text that reads back as the same double.
 std::string shortNumber(double v) {
