@@ -19,7 +19,6 @@
 // What the first slice of the driver hands to the pipeline.
 struct MirrelFrame {
     RenderArguments& args;
-    int& softnessMode;
     PluginRasterProxy& work;
     PluginRasterProxy& output;
     PluginHost_API::RasterInfo& workInfo;
@@ -186,6 +185,10 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     auto lastInputs = std::make_unique<SampleInputs>(), inputs = std::make_unique<SampleInputs>();
     bool haveLast = false;
 
+    // "Simple" softness blurs the first sample that has any softness whole; the samples after it
+    // blur only their flat image, uniformly and without the fade.
+    int softnessMode = args.softnessType;
+
     int status = 0;
     for (int i = 0; i < shutter.count; ++i) {
         long const time = shutter.sampleTime(i);
@@ -197,17 +200,8 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
         }
 
         RenderSettings local;
-        auto* settings = static_cast<RenderSettings*>(host->getUserData());
-        int Hp = H;
-        if (settings) {
-            Hp = settings->srcRect.bottom - settings->srcRect.top + 1;
-        } else {
-            settings = &local;
-            blankRenderSettings(local);
-            settings->dstRect = TX_IRect(0, 0, W - 1, H - 1);
-            settings->srcRect = TX_IRect(0, 0, W - 1, H - 1);
-            settings->offsetX = settings->offsetY = 0;
-        }
+        RenderSettings* const settings = hostOrFrameSettings(host, local, W, H);
+        int const Hp = settings->srcRect.bottom - settings->srcRect.top + 1;
         settings->renderMode = core.renderMode;
         settings->alphaIndex = alpha;
         settings->useInputTransform = false;
@@ -217,7 +211,7 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
 
         if (shutter.multiSampling) {
             std::memcpy(&inputs->w, &w, sizeof w);
-            inputs->softnessMode = frame.softnessMode;
+            inputs->softnessMode = softnessMode;
             inputs->Hp = Hp;
             std::memcpy(&inputs->core, &core, sizeof core);
             std::memcpy(static_cast<void*>(&inputs->settings), settings, sizeof *settings);
@@ -240,14 +234,27 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
             clearRows(sampleResult);
         }
 
-        status = QuadToQuadRender(
-            p, c, a, v, f, host, sampleSource, sampleResult, frame.work, core, false, w.softness,
-            w.softnessAspect, time, w.gamma, w.brightness, w.fadeStart, w.fadeLength, args.fadeType,
-            true, frame.softnessMode, args.bend, w.bendAngle, w.bendStart, w.bendStretch,
-            args.seamStyle, args.seamSize, w.seamIntensity, seamColor, 0);
+        SampleSettings const sample{.softness = w.softness,
+                                    .softnessAspect = w.softnessAspect,
+                                    .softnessMode = softnessMode,
+                                    .fadeStart = w.fadeStart,
+                                    .fadeLength = w.fadeLength,
+                                    .fadeType = args.fadeType,
+                                    .gamma = w.gamma,
+                                    .brightness = w.brightness,
+                                    .bend = args.bend,
+                                    .bendAngle = w.bendAngle,
+                                    .bendStart = w.bendStart,
+                                    .bendStretch = w.bendStretch,
+                                    .seamStyle = args.seamStyle,
+                                    .seamSize = args.seamSize,
+                                    .seamIntensity = w.seamIntensity,
+                                    .seamColor = seamColor};
+        status = QuadToQuadRender(p, c, a, v, f, host, sampleSource, sampleResult, frame.work, core,
+                                  sample);
 
-        plainSoftness(host, baseline, W, H, Hp, scale, w.softness, w.softnessAspect, w.fadeStart,
-                      w.fadeLength, args.fadeType, frame.softnessMode, sampleResult);
+        if (plainSoftness(host, baseline, W, H, Hp, scale, sample, sampleResult))
+            softnessMode = kSoftnessUniform;
 
         if (shutter.multiSampling)
             BlendAlphaImagesPreMult(p, c, a, v, f, host, float(1.0 / (i + 1)), &sampleResult,

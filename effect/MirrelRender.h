@@ -13,7 +13,6 @@ int MirrelRender(P p, C c, A a, V v, F f, PluginHost_API* host) {
     try {
         RenderArguments args;
         ParamsRetrieveValues(host, &args);
-        int softnessMode = args.softnessType;
 
         PluginRasterProxy work(host, nullptr, false, true);
         {
@@ -47,7 +46,7 @@ int MirrelRender(P p, C c, A a, V v, F f, PluginHost_API* host) {
             return status;
         }
 
-        MirrelFrame frame{args, softnessMode, work, output, workInfo, outputInfo};
+        MirrelFrame frame{args, work, output, workInfo, outputInfo};
         status = MirrelDrive(p, c, a, v, f, host, frame);
     } catch (...) {
         // Nothing leaves the driver; the proxies have released their rasters on the way out.

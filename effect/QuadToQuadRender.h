@@ -3,6 +3,7 @@
 #include "RenderLib/TransformRecords.h"
 #include "Transform/Common/TX_Line2D.h"
 #include "effect/MirrorGeometry.h"
+#include "effect/SampleSettings.h"
 #include "effect/ScratchMemory.h"
 #include "effect/Seam.h"
 #include "effect/SoftnessStages.h"
@@ -57,25 +58,22 @@ inline void leaveUnreadRows(PluginHost_API* host, CoreRenderArguments const& sec
 }
 } // namespace quad_detail
 
-// A settings record of our own: the constructor leaves most fields unset, and the transform reads
-// some of them (the input transform among them), so they start at zero.
-inline void blankRenderSettings(RenderSettings& s) {
-    std::memset(static_cast<void*>(&s), 0, sizeof s);
-    s.srcRight = s.srcBottom = -1;
-    s.dstRect = TX_IRect();
-    s.srcRect = TX_IRect();
+// The host's settings record when it hands one, else `local` made a whole W x H frame; either
+// way its source rectangle is the working area.
+inline RenderSettings* hostOrFrameSettings(PluginHost_API* host, RenderSettings& local, int W,
+                                           int H) {
+    if (auto* given = static_cast<RenderSettings*>(host->getUserData())) return given;
+    local.srcRect = TX_IRect(0, 0, W - 1, H - 1);
+    local.dstRect = TX_IRect(0, 0, W - 1, H - 1);
+    return &local;
 }
 
 // One pass. Pass 0 draws the unbent image; with a bend, pass 1 the whole image turned about the
 // bend line, passes 2 and 3 solid coverage of the near and the far part.
 template <class P, class C, class Acc, class V, class F>
 int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::RasterInfo& source,
-                         PluginHost_API::RasterInfo& destination, PluginRasterProxy& /*proxy*/,
-                         CoreRenderArguments& arguments, bool singleChannel, double softness,
-                         double softnessAspect, long /*time*/, double gamma, double brightness,
-                         double fadeStart, double fadeLength, int fadeType, bool, int softnessType,
-                         bool bend, double bendAngle, double bendStart, double bendStretch,
-                         int seamStyle, int seamSize, double seamIntensity, double const* seamColor,
+                         PluginHost_API::RasterInfo& destination,
+                         CoreRenderArguments const& arguments, SampleSettings const& sample,
                          int bendPass, PluginHost_API::RasterInfo* bentImage) {
     int const W = destination.width, H = destination.height;
     int const pixelBytes = int(sizeof(C)) * 4;
@@ -102,28 +100,19 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
         std::memcpy(srcQuad, A.srcQuad, sizeof srcQuad);
 
         RenderSettings local;
-        auto* first = static_cast<RenderSettings*>(host->getUserData());
-        int Wp = W, Hp = H;
-        if (first) {
-            Wp = first->srcRect.right - first->srcRect.left + 1;
-            Hp = first->srcRect.bottom - first->srcRect.top + 1;
-        } else {
-            first = &local;
-            blankRenderSettings(local);
-            first->srcRect = TX_IRect(0, 0, W - 1, H - 1);
-            first->dstRect = TX_IRect(0, 0, W - 1, H - 1);
-            first->offsetX = first->offsetY = 0;
-        }
+        RenderSettings* const first = hostOrFrameSettings(host, local, W, H);
+        int const Wp = first->srcRect.right - first->srcRect.left + 1;
+        int const Hp = first->srcRect.bottom - first->srcRect.top + 1;
         first->renderMode = 0;
         int red, green, blue, alpha;
         getRasterChannelOrder(source.format, red, green, blue, alpha);
         first->alphaIndex = alpha;
         A.scale = 1.0;
 
-        if (bend && bendPass >= 1) {
+        if (sample.bend && bendPass >= 1) {
             bendPoints(destQuad[0][0], destQuad[0][1], destQuad[1][0], destQuad[1][1],
-                       destQuad[2][0], destQuad[2][1], destQuad[3][0], destQuad[3][1], bendStart,
-                       bendAngle, bendStretch, W, H, bendPass);
+                       destQuad[2][0], destQuad[2][1], destQuad[3][0], destQuad[3][1],
+                       sample.bendStart, sample.bendAngle, sample.bendStretch, W, H, bendPass);
             std::memcpy(A.destQuad, destQuad, sizeof destQuad);
         }
 
@@ -149,39 +138,41 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
                 RenderSettings* s;
                 ~Undo() { s->skipAbove = s->skipBelow = 0; }
             } const undo{first};
-            bool const noBlur =
-                softness == 0.0 && !std::is_floating_point_v<C> &&
-                (softnessType == kSoftnessSimple || softnessType == kSoftnessProgressiveLinear ||
-                 softnessType == kSoftnessProgressiveSquare || softnessType == kSoftnessUniform ||
-                 softnessType == kSoftnessUniformAlpha);
-            if (noBlur && !bend && first == &local) {
+            int const mode = sample.softnessMode;
+            bool const noBlur = sample.softness == 0.0 && !std::is_floating_point_v<C> &&
+                                (mode == kSoftnessSimple || mode == kSoftnessProgressiveLinear ||
+                                 mode == kSoftnessProgressiveSquare || mode == kSoftnessUniform ||
+                                 mode == kSoftnessUniformAlpha);
+            if (noBlur && !sample.bend && first == &local) {
                 CoreRenderArguments probeArgs = B;
                 probeArgs.transformType = 2;
                 quad_detail::leaveUnreadRows(host, probeArgs, second, flat, destination,
-                                             singleChannel, *first);
+                                             sample.singleChannel, *first);
             }
-            CommonRender_CoreTransformRender(host, A, source, flat, true, singleChannel, first,
-                                             true, false);
-            softnessStage(host, bottomLine, H, softness, softnessAspect, fadeStart, fadeLength,
-                          fadeType, flat, softnessType);
-        } else if (bendPass == 1 && bend && bentImage) {
+            CommonRender_CoreTransformRender(host, A, source, flat, true, sample.singleChannel,
+                                             first, true, false);
+            softnessStage(host, bottomLine, H, sample, flat);
+        } else if (bendPass == 1 && sample.bend && bentImage) {
             // The flat image of pass 0, carried over: nothing is transformed or blurred again.
             quad_detail::copyCommonRows(*bentImage, flat);
         }
 
-        if (bend && bendPass == 0)
+        if (sample.bend && bendPass == 0)
             drawSeam(P(), C(), Acc(), V(), F(), flat, source.format,
-                     SeamArguments{seamStyle, seamSize, seamIntensity, seamColor, bendStart,
-                                   bendStretch},
+                     SeamArguments{sample.seamStyle, sample.seamSize, sample.seamIntensity,
+                                   sample.seamColor, sample.bendStart, sample.bendStretch},
                      scale);
 
-        if (bend && bentImage && bendPass == 0) quad_detail::copyCommonRows(flat, *bentImage);
+        if (sample.bend && bentImage && bendPass == 0)
+            quad_detail::copyCommonRows(flat, *bentImage);
 
-        if (!later) applyTone(P(), C(), Acc(), V(), F(), flat, source.format, gamma, brightness);
+        if (!later)
+            applyTone(P(), C(), Acc(), V(), F(), flat, source.format, sample.gamma,
+                      sample.brightness);
 
         B.transformType = 2;
         if (later) flat = source;
-        if (CommonRender_CoreTransformRender(host, B, flat, destination, true, singleChannel,
+        if (CommonRender_CoreTransformRender(host, B, flat, destination, true, sample.singleChannel,
                                              &second, true, later) != 0)
             copyRows(flat, destination, std::size_t(pixelBytes) * W, H);
     } catch (...) {
@@ -195,20 +186,14 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
 template <class P, class C, class A, class V, class F>
 int QuadToQuadRender(P p, C c, A a, V v, F f, PluginHost_API* host,
                      PluginHost_API::RasterInfo& source, PluginHost_API::RasterInfo& destination,
-                     PluginRasterProxy& proxy, CoreRenderArguments& arguments, bool singleChannel,
-                     double softness, double softnessAspect, long time, double gamma,
-                     double brightness, double fadeStart, double fadeLength, int fadeType,
-                     bool flag, int softnessType, bool bend, double bendAngle, double bendStart,
-                     double bendStretch, int seamStyle, int seamSize, double seamIntensity,
-                     double const* seamColor, int /*unused*/) {
+                     PluginRasterProxy& proxy, CoreRenderArguments& arguments,
+                     SampleSettings const& sample) {
     auto pass = [&](PluginHost_API::RasterInfo& dst, int bendPass,
                     PluginHost_API::RasterInfo* bent) {
-        return QuadToQuadRenderPass(p, c, a, v, f, host, source, dst, proxy, arguments,
-                                    singleChannel, softness, softnessAspect, time, gamma,
-                                    brightness, fadeStart, fadeLength, fadeType, flag, softnessType,
-                                    bend, bendAngle, bendStart, bendStretch, seamStyle, seamSize,
-                                    seamIntensity, seamColor, bendPass, bent);
+        return QuadToQuadRenderPass(p, c, a, v, f, host, source, dst, arguments, sample, bendPass,
+                                    bent);
     };
+    bool const bend = sample.bend;
     // A bent image is never sampled nearest.
     if (bend && arguments.filter == 0) arguments.filter = 1;
     if (!bend) return pass(destination, 0, nullptr);
@@ -282,4 +267,70 @@ int QuadToQuadRender(P p, C c, A a, V v, F f, PluginHost_API* host,
         }
     }
     return result;
+}
+
+// Both again with every value in its place, the form the other host families call. The time,
+// the flag after the fade type and the last int are not read; the pass does not read the proxy.
+namespace quad_detail {
+inline SampleSettings sampleSettings(bool singleChannel, double softness, double softnessAspect,
+                                     double gamma, double brightness, double fadeStart,
+                                     double fadeLength, int fadeType, int softnessType, bool bend,
+                                     double bendAngle, double bendStart, double bendStretch,
+                                     int seamStyle, int seamSize, double seamIntensity,
+                                     double const* seamColor) {
+    return {.softness = softness,
+            .softnessAspect = softnessAspect,
+            .softnessMode = softnessType,
+            .fadeStart = fadeStart,
+            .fadeLength = fadeLength,
+            .fadeType = fadeType,
+            .gamma = gamma,
+            .brightness = brightness,
+            .bend = bend,
+            .bendAngle = bendAngle,
+            .bendStart = bendStart,
+            .bendStretch = bendStretch,
+            .seamStyle = seamStyle,
+            .seamSize = seamSize,
+            .seamIntensity = seamIntensity,
+            .seamColor = seamColor,
+            .singleChannel = singleChannel};
+}
+} // namespace quad_detail
+
+template <class P, class C, class A, class V, class F>
+int QuadToQuadRenderPass(P p, C c, A a, V v, F f, PluginHost_API* host,
+                         PluginHost_API::RasterInfo& source,
+                         PluginHost_API::RasterInfo& destination, PluginRasterProxy& /*proxy*/,
+                         CoreRenderArguments& arguments, bool singleChannel, double softness,
+                         double softnessAspect, long /*time*/, double gamma, double brightness,
+                         double fadeStart, double fadeLength, int fadeType, bool /*flag*/,
+                         int softnessType, bool bend, double bendAngle, double bendStart,
+                         double bendStretch, int seamStyle, int seamSize, double seamIntensity,
+                         double const* seamColor, int bendPass,
+                         PluginHost_API::RasterInfo* bentImage) {
+    return QuadToQuadRenderPass(
+        p, c, a, v, f, host, source, destination, arguments,
+        quad_detail::sampleSettings(singleChannel, softness, softnessAspect, gamma, brightness,
+                                    fadeStart, fadeLength, fadeType, softnessType, bend, bendAngle,
+                                    bendStart, bendStretch, seamStyle, seamSize, seamIntensity,
+                                    seamColor),
+        bendPass, bentImage);
+}
+
+template <class P, class C, class A, class V, class F>
+int QuadToQuadRender(P p, C c, A a, V v, F f, PluginHost_API* host,
+                     PluginHost_API::RasterInfo& source, PluginHost_API::RasterInfo& destination,
+                     PluginRasterProxy& proxy, CoreRenderArguments& arguments, bool singleChannel,
+                     double softness, double softnessAspect, long /*time*/, double gamma,
+                     double brightness, double fadeStart, double fadeLength, int fadeType,
+                     bool /*flag*/, int softnessType, bool bend, double bendAngle, double bendStart,
+                     double bendStretch, int seamStyle, int seamSize, double seamIntensity,
+                     double const* seamColor, int /*last*/) {
+    return QuadToQuadRender(p, c, a, v, f, host, source, destination, proxy, arguments,
+                            quad_detail::sampleSettings(singleChannel, softness, softnessAspect,
+                                                        gamma, brightness, fadeStart, fadeLength,
+                                                        fadeType, softnessType, bend, bendAngle,
+                                                        bendStart, bendStretch, seamStyle, seamSize,
+                                                        seamIntensity, seamColor));
 }

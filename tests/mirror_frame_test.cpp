@@ -92,9 +92,7 @@ TEST(MirrorFrame, NoneShowsTheMirroredSourceBelowTheBaselineAndBacklitLaysItOver
 // frames are the same to the byte over geometries, lights, qualities and both integer depths.
 TEST(MirrorFrame, RowsLeftUndrawnAreNeverSampled) {
     RenderSettings given;
-    blankRenderSettings(given);
     given.dstRect = given.srcRect = TX_IRect(0, 0, kW - 1, kH - 1);
-    given.offsetX = given.offsetY = 0;
     Settings const tilted = {
         {kBaselineStart, {0.2, 0.6}}, {kBaselineEnd, {0.85, 0.65}}, {kHeightSlant, {0.45, 0.1}}};
     for (Settings const& c :

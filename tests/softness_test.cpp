@@ -29,8 +29,10 @@ TEST(PlainSoftness, SimpleBlursTheFirstSampleOnlyAndTurnsTheModeToMinusOne) {
     auto blur = [&](double softness, int& mode, double scale = 1.0) {
         sample.fillBytes(4);
         double const before = detail(sample, 0, 29);
-        plainSoftness(&host, baseline, 40, 30, 30, scale, softness, 1.0, 0, 100, 0, mode,
-                      sample.info);
+        SampleSettings const s{
+            .softness = softness, .softnessAspect = 1.0, .softnessMode = mode, .fadeLength = 100};
+        if (plainSoftness(&host, baseline, 40, 30, 30, scale, s, sample.info))
+            mode = kSoftnessUniform;
         return detail(sample, 0, 29) / before;
     };
     int mode = 0, progressive = 2;
