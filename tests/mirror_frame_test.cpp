@@ -168,6 +168,13 @@ TEST(MirrorFrame, MotionBlurAveragesTheFramesAtTheSampleTimesButNotTheZoom) {
                   10);
     Frame still({{kZoom, {1.0}}});
     expectSame(zooming.output, still.output, 1.0 / 255);
+
+    // "Simple" softness blurs one sample whole and the samples after it only in their flat image,
+    // so two samples of a still frame are not the one sample again.
+    Settings const simple{{kSoftness, {40.0}}, {kSoftnessType, {0}}};
+    Settings twice = simple;
+    twice.insert(twice.end(), {{kMotionBlur, {1}}, {kShutterAngle, {360.0}}, {kSamples, {2}}});
+    EXPECT_FALSE(Frame(simple).output.bytes() == Frame(twice).output.bytes());
 }
 
 // A short mirror hanging up from a baseline near the bottom, "Frontlit" so that its source lies
