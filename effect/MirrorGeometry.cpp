@@ -69,7 +69,7 @@ void generateRotatePoints(float slantX, float slantY, float startX, float startY
     m.translate(0, 0, 0);
     m.translate(mx / width - 0.5, my / height - 0.5, 0);
     m.scale(1 / aspect, 1, 1);
-    m.rotZ(float(angleB * 180 / kPi));
+    m.rotZ(float(angleB * 180 / kPi)); // through pi, not kRadiansToDegrees: the bits differ
     m.scale(aspect, 1, 1);
     m.translate(0, 0.5 * s, 0);
     m.scale(1, s, 1);
@@ -147,7 +147,7 @@ int bendPoints(double& x0, double& y0, double& x1, double& y1, double& x2, doubl
     // Stays in percent units: the near mask's pivot sits a hundredth of a row before the others.
     if (bendPass == 2) bendStart += -1.0 / (height - 1);
     double const t = 0.01 * bendStart, u = 1 - t;
-    double const angle = bendAngle * kPi / 180;
+    double const angle = bendAngle * kPi / 180; // not kDegreesToRadians: the bits differ
     bendSide(x0, y0, x1, y1, t, u, angle, bendStretch, bendPass);
     bendSide(x2, y2, x3, y3, t, u, angle, bendStretch, bendPass);
     return 0;
