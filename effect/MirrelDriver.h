@@ -185,8 +185,8 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     auto lastInputs = std::make_unique<SampleInputs>(), inputs = std::make_unique<SampleInputs>();
     bool haveLast = false;
 
-    // "Simple" softness blurs the first sample that has any softness whole; the samples after it
-    // blur only their flat image, uniformly and without the fade.
+    // "Simple" softness blurs one sample whole, the first whose radius comes to a pixel; the
+    // samples after it blur only their flat image, uniformly and without the fade.
     int softnessMode = args.softnessType;
 
     int status = 0;

@@ -7,7 +7,7 @@
 struct SampleSettings {
     double softness = 0.0; // already scaled for the proxy resolution
     double softnessAspect = 0.0;
-    // Of "Softness Type", or kSoftnessUniform for the samples after the one that blurred whole
+    // "Softness Type", or kSoftnessUniform once "Simple" has blurred a sample whole.
     int softnessMode = kSoftnessSimple;
     double fadeStart = 0.0, fadeLength = 0.0; // percent
     int fadeType = 0;
