@@ -199,7 +199,7 @@ TEST(MirrorFrame, BendKeepsTheNearPartAndTurnsTheFarPart) {
 }
 
 // The wide merge gives the bytes of the pixel merge: near alphas empty, full and between, far
-// alphas empty and not, against colours of every byte on both pictures.
+// alphas empty and not, mixed and in runs, against colours of every byte on both pictures.
 TEST(MirrorFrame, WideBendMergeEqualsThePixelMerge) {
     for (int alphaIndex : {0, 3}) {
         BendMergeRow8 row = bendMergeRow8Avx2(alphaIndex);
@@ -209,8 +209,8 @@ TEST(MirrorFrame, WideBendMergeEqualsThePixelMerge) {
             int const near[] = {0, 255, 1, 128, 254}, far[] = {0, 255, 77, 0};
             for (int k = 0; k < 4; ++k) {
                 d.push_back((unsigned char)(i + 61 * k)), b.push_back((unsigned char)(i >> 8) + k);
-                n.push_back((unsigned char)near[(i / 7) % 5]),
-                    f.push_back((unsigned char)far[i % 4]);
+                n.push_back((unsigned char)near[(i < 65536 ? i / 7 : i / 24) % 5]);
+                f.push_back((unsigned char)far[(i < 65536 ? i : i / 40) % 4]);
             }
         }
         int const width = int(d.size() / 4);
