@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 
 namespace {
 
@@ -38,36 +37,33 @@ class ThreadGenerator {
         return z;
     }
 
-    // Chunks through a straight buffer: with z[n-3] unfolded twice, z[n] = z[n-9] + z[n-31] +
-    // z[n-34] + z[n-37], whose nearest term is nine values back, so eight values at a time
-    // depend only on values already made.
+    // Chunks through a straight buffer, the values three back held in registers: each of the
+    // three adds only the value 31 back, which was stored long before.
     void fill(int* out, std::size_t n) {
-        constexpr int kBack = 37, kChunk = 1024, kLanes = 8;
+        constexpr int kBack = 31, kChunk = 1023;
         std::uint32_t z[kBack + kChunk];
         while (n > 0) {
             int const m = int(std::min<std::size_t>(n, kChunk));
             for (int k = 0; k < kBack; ++k) z[k] = at(m_next - kBack + k);
+            std::uint32_t a = z[kBack - 3], b = z[kBack - 2], c = z[kBack - 1];
             int j = kBack;
-            for (; j + kLanes <= kBack + m; j += kLanes) {
-                Lanes a, b, c, d;
-                std::memcpy(&a, z + j - 9, sizeof a);
-                std::memcpy(&b, z + j - 31, sizeof b);
-                std::memcpy(&c, z + j - 34, sizeof c);
-                std::memcpy(&d, z + j - 37, sizeof d);
-                Lanes const s = (a + b) + (c + d);
-                std::memcpy(z + j, &s, sizeof s);
+            for (; j + 3 <= kBack + m; j += 3, out += 3) {
+                z[j] = a += z[j - 31];
+                z[j + 1] = b += z[j - 30];
+                z[j + 2] = c += z[j - 29];
+                out[0] = int(a >> 1), out[1] = int(b >> 1), out[2] = int(c >> 1);
             }
-            for (; j < kBack + m; ++j) z[j] = z[j - 9] + z[j - 31] + z[j - 34] + z[j - 37];
-            for (int i = 0; i < m; ++i) out[i] = int(z[kBack + i] >> 1);
+            for (; j < kBack + m; ++j, ++out) {
+                z[j] = z[j - 31] + z[j - 3];
+                *out = int(z[j] >> 1);
+            }
             for (int k = std::max(0, m - kBack); k < m; ++k) at(m_next + k) = z[kBack + k];
             m_next += std::uint64_t(m);
-            out += m;
             n -= std::size_t(m);
         }
     }
 
   private:
-    using Lanes = std::uint32_t __attribute__((vector_size(32)));
     std::uint32_t& at(std::uint64_t i) { return m_ring[i & 63]; }
     std::uint32_t m_ring[64] = {};
     std::uint64_t m_next = 0; // index of the next value
