@@ -30,6 +30,45 @@ MIRREL_AVX2_INLINE __m256i scaled(__m256i sums, __m256d recip) {
     return _mm256_setr_m128i(lo, hi);
 }
 
+// For radii up to 15 the sums stay below 2^16, and 16 lanes of 16 bits take them, with the
+// truncated product by 1 / (r + 1)^2 in double done as a high product by m and a shift by k. Such
+// an m and k are taken only once every sum the radius can give has been checked to come out as
+// the double product does.
+struct Divider {
+    int m = 0, k = 0;
+    bool exact = false;
+};
+
+Divider const& dividerFor(int r) {
+    thread_local Divider known[16];
+    thread_local bool tried[16] = {};
+    Divider& d = known[r];
+    if (tried[r]) return d;
+    tried[r] = true;
+    int const n = (r + 1) * (r + 1);
+    double const recip = 1.0 / (double(r + 1) * double(r + 1));
+    for (int k = 0; k < 16 && !d.exact; ++k) {
+        long const m = ((1L << (16 + k)) + n - 1) / n;
+        if (m >= 65536) break;
+        bool all = true;
+        for (int S = 0; S <= 255 * n && all; ++S)
+            all = ((long(S) * m) >> (16 + k)) == long(double(S) * recip);
+        if (all) d = Divider{int(m), k, true};
+    }
+    return d;
+}
+
+MIRREL_AVX2_INLINE __m256i load16(unsigned char const* p) {
+    return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<__m128i const*>(p)));
+}
+// Sixteen sums divided and stored as bytes.
+MIRREL_AVX2_INLINE void store16(unsigned char* p, __m256i sums, __m256i m, __m128i k) {
+    __m256i const q = _mm256_srl_epi16(_mm256_mulhi_epu16(sums, m), k);
+    __m128i const bytes =
+        _mm_packus_epi16(_mm256_castsi256_si128(q), _mm256_extracti128_si256(q, 1));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), bytes);
+}
+
 MIRREL_AVX2 void fill(unsigned char* field, int const* rands, int n) {
     __m256i const top = _mm256_set1_epi32(2147483647), full = _mm256_set1_epi32(255);
     __m256 const unit = _mm256_set1_ps(4.656613e-10f), scale = _mm256_set1_ps(255.0f);
@@ -51,7 +90,10 @@ MIRREL_AVX2 void planeRows(unsigned char const* field, unsigned char* work, int 
     double const recip = 1.0 / (double(r + 1) * double(r + 1));
     __m256d const recipV = _mm256_set1_pd(recip);
     int const taps = 2 * r + 1;
-    std::vector<unsigned char> pad(std::size_t(width + taps + 8));
+    std::vector<unsigned char> pad(std::size_t(width + taps + 16));
+    Divider const div = r < 16 ? dividerFor(r) : Divider{};
+    __m256i const m16 = _mm256_set1_epi16(short(div.m));
+    __m128i const k16 = _mm_cvtsi32_si128(div.k);
     for (int y = 0; y < height; ++y) {
         unsigned char const* src = field + std::ptrdiff_t(y) * width;
         unsigned char* dst = work + std::ptrdiff_t(y) * width;
@@ -60,6 +102,15 @@ MIRREL_AVX2 void planeRows(unsigned char const* field, unsigned char* work, int 
         std::memcpy(pad.data() + r, src, std::size_t(width));
         std::memset(pad.data() + r + width, src[width - 1], std::size_t(r));
         int x = 0;
+        if (div.exact)
+            for (; x + 16 <= width; x += 16) {
+                __m256i sum = _mm256_setzero_si256();
+                for (int t = 0; t < taps; ++t)
+                    sum = _mm256_add_epi16(
+                        sum, _mm256_mullo_epi16(load16(&pad[std::size_t(x + t)]),
+                                                _mm256_set1_epi16(short(r + 1 - std::abs(t - r)))));
+                store16(dst + x, sum, m16, k16);
+            }
         for (; x + 8 <= width; x += 8) {
             __m256i sum = _mm256_setzero_si256();
             for (int t = 0; t < taps; ++t)
@@ -91,6 +142,14 @@ MIRREL_AVX2 void planeColumns(unsigned char const* work, unsigned char* field, i
         for (int x = 0; x < width; ++x) S[x] += k * p0[x] + (r + 1 - k) * row(k)[x];
     for (int k = 1; k <= r + 1; ++k)
         for (int x = 0; x < width; ++x) D[x] += row(k)[x] - p0[x];
+    // Sixteen-bit copies of the sums for the columns the wide lanes take: S stays within its
+    // true value's 16 bits, D wraps alike.
+    Divider const div = r < 16 ? dividerFor(r) : Divider{};
+    int const wide = div.exact ? width / 16 * 16 : 0;
+    std::vector<std::uint16_t> S16(static_cast<std::size_t>(wide)), D16(S16.size());
+    for (int x = 0; x < wide; ++x) S16[x] = std::uint16_t(S[x]), D16[x] = std::uint16_t(D[x]);
+    __m256i const m16 = _mm256_set1_epi16(short(div.m));
+    __m128i const k16 = _mm_cvtsi32_si128(div.k);
     for (int i = 0; i < height; ++i) {
         unsigned char* out = field + std::ptrdiff_t(i) * width;
         bool const last = i == height - 1;
@@ -98,6 +157,17 @@ MIRREL_AVX2 void planeColumns(unsigned char const* work, unsigned char* field, i
         unsigned char const* R = row(std::min(i + r + 2, height - 1));
         unsigned char const* M = row(std::min(i + 1, height - 1));
         int x = 0;
+        for (; x < wide; x += 16) {
+            auto* sp = reinterpret_cast<__m256i*>(&S16[x]);
+            auto* dp = reinterpret_cast<__m256i*>(&D16[x]);
+            __m256i s = _mm256_loadu_si256(sp), d = _mm256_loadu_si256(dp);
+            store16(out + x, s, m16, k16);
+            if (last) continue;
+            _mm256_storeu_si256(sp, _mm256_add_epi16(s, d));
+            d = _mm256_add_epi16(d, _mm256_sub_epi16(_mm256_add_epi16(load16(L + x), load16(R + x)),
+                                                     _mm256_slli_epi16(load16(M + x), 1)));
+            _mm256_storeu_si256(dp, d);
+        }
         for (; x + 8 <= width; x += 8) {
             __m256i s = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(&S[x]));
             __m256i d = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(&D[x]));

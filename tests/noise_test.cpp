@@ -103,15 +103,17 @@ TEST(NoiseRows, WideGrainEqualsThePixelFormula) {
 
 // The 8-bit plane gives the bytes of the field kept in a scratch raster's alpha and softened
 // there: both alpha positions, lines down to the tent's least, radii whole, fractional, below 1,
-// a hair below whole, held to the line, and one the plane does not take.
+// a hair below whole, held to the line, with and without an exact 16-bit divider, wider than the
+// plane's rows take, and one the plane does not take.
 template <class P> void expectPlaneEqualsAlphaField(PluginRasterFormat format) {
     if (!chosenNoisePlane8()) GTEST_SKIP() << "no plane kernels in this process";
     struct {
         int w, h;
         float softness;
-    } const cases[] = {{48, 32, 0},  {48, 32, 2},         {37, 29, 2.5f}, {37, 29, 0.4f},
-                       {41, 23, 1},  {41, 23, 2.999999f}, {9, 40, 7.25f}, {40, 6, 3},
-                       {5, 5, 1.5f}, {300, 7, 16},        {48, 32, 40}};
+    } const cases[] = {{48, 32, 0},    {48, 32, 2},         {37, 29, 2.5f},  {37, 29, 0.4f},
+                       {41, 23, 1},    {41, 23, 2.999999f}, {40, 40, 7.25f}, {64, 30, 4},
+                       {50, 33, 6.5f}, {70, 40, 11},        {40, 6, 3},      {5, 5, 1.5f},
+                       {300, 7, 16},   {48, 32, 40}};
     for (auto const& c : cases) {
         MemoryImage plane(format, c.w, c.h),
             alphaField(format, c.w, c.h, MemoryImage::Rows::Padded);
