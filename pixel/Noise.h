@@ -4,13 +4,21 @@
 #include "pixel/NoiseRows8.h"
 #include "platform/Random.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
 // Monochrome grain: one random field added alike to red, green and blue and never to alpha.
 // The field takes one platformRand() a pixel in raster order, so a seed and a size always give the
 // same grain. Softening the field is the noise stage's business.
 
-// The next value of the field, from 0 up to just below 1. The factor is 2 to the power -31.
+// A value of the field from a rand() value: from 0 up to just below 1. The factor is 2 to the
+// power -31.
+inline float noiseUniform(int rand) {
+    return float(rand % 2147483647) * 4.656613e-10f;
+}
 inline float noiseUniform() {
-    return float(platformRand() % 2147483647) * 4.656613e-10f;
+    return noiseUniform(platformRand());
 }
 
 namespace noise_detail {
@@ -24,10 +32,12 @@ template <class P, class C, class V> inline void addToColor(C* px, float n) {
 // Writes the field, at full scale, into the alpha channel of a scratch raster.
 template <class P, class C, class V> void fillNoiseAlpha(PluginRasterInfo& plane, int alpha) {
     float const M = float(P::MAX_VALUE());
+    std::vector<int> rands(std::size_t(std::max(plane.width, 0)));
     for (int y = 0; y < plane.height; ++y) {
         C* px = reinterpret_cast<C*>(plane.row(y));
+        platformRandFill(rands.data(), rands.size());
         for (int x = 0; x < plane.width; ++x, px += 4)
-            px[alpha] = C(P::clamp(V(noiseUniform() * M)));
+            px[alpha] = C(P::clamp(V(noiseUniform(rands[std::size_t(x)]) * M)));
     }
 }
 

@@ -203,6 +203,32 @@ TEST(MirrorFrame, BendKeepsTheNearPartAndTurnsTheFarPart) {
     }
 }
 
+// The wide merge gives the bytes of the pixel merge: near alphas empty, full and between, far
+// alphas empty and not, mixed and in runs, against colours of every byte on both pictures.
+TEST(MirrorFrame, WideBendMergeEqualsThePixelMerge) {
+    for (int alphaIndex : {0, 3}) {
+        BendMergeRow8 row = bendMergeRow8Avx2(alphaIndex);
+        if (!row) GTEST_SKIP() << "no AVX2 on this processor";
+        std::vector<unsigned char> d, b, n, f;
+        for (int i = 0; i < 4 * 65536 + 20; ++i) {
+            int const near[] = {0, 255, 1, 128, 254}, far[] = {0, 255, 77, 0};
+            for (int k = 0; k < 4; ++k) {
+                d.push_back((unsigned char)(i + 61 * k)), b.push_back((unsigned char)(i >> 8) + k);
+                n.push_back((unsigned char)near[(i < 65536 ? i / 7 : i / 24) % 5]);
+                f.push_back((unsigned char)far[(i < 65536 ? i : i / 40) % 4]);
+            }
+        }
+        int const width = int(d.size() / 4);
+        std::vector<unsigned char> want = d;
+        int const done = row(d.data(), b.data(), n.data(), f.data(), width,
+                             float(PIXEL_RGBA8::RECIP_VALUE()), 0.5f);
+        ASSERT_EQ(done, width / 8 * 8);
+        mergeBendPixels<PIXEL_RGBA8, unsigned char, int>(want.data(), b.data(), n.data(), f.data(),
+                                                         done, alphaIndex);
+        EXPECT_EQ(d, want) << alphaIndex;
+    }
+}
+
 TEST(MirrorFrame, ChannelOrderDoesNotChangeThePictureAndFloatScreenIsAdd) {
     std::pair<PluginRasterFormat, PluginRasterFormat> const pairs[] = {
         {RF_ARGB8, RF_RGBA8}, {RF_ARGB16, RF_RGBA16}, {RF_ARGB32, RF_RGBA32}};

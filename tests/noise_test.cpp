@@ -1,5 +1,6 @@
 #include "effect/NoiseStage.h"
 #include "pixel/NoiseRows8.h"
+#include "platform/Random.h"
 #include "support/MemoryHost.h"
 
 #include <gtest/gtest.h>
@@ -98,6 +99,46 @@ TEST(NoiseRows, WideGrainEqualsThePixelFormula) {
             EXPECT_EQ(got, want) << amount;
         }
     }
+}
+
+// The 8-bit plane gives the bytes of the field kept in a scratch raster's alpha and softened
+// there: both alpha positions, lines down to the tent's least, radii whole, fractional, below 1,
+// a hair below whole, held to the line, with and without an exact 16-bit divider, wider than the
+// plane's rows take, and one the plane does not take.
+template <class P> void expectPlaneEqualsAlphaField(PluginRasterFormat format) {
+    if (!chosenNoisePlane8()) GTEST_SKIP() << "no plane kernels in this process";
+    struct {
+        int w, h;
+        float softness;
+    } const cases[] = {{48, 32, 0},    {48, 32, 2},         {37, 29, 2.5f},  {37, 29, 0.4f},
+                       {41, 23, 1},    {41, 23, 2.999999f}, {40, 40, 7.25f}, {64, 30, 4},
+                       {50, 33, 6.5f}, {70, 40, 11},        {40, 6, 3},      {5, 5, 1.5f},
+                       {300, 7, 16},   {48, 32, 40}};
+    for (auto const& c : cases) {
+        MemoryImage plane(format, c.w, c.h),
+            alphaField(format, c.w, c.h, MemoryImage::Rows::Padded);
+        MemoryImage fast(format, c.w, c.h, MemoryImage::Rows::BottomUp), slow(format, c.w, c.h);
+        fast.fillBytes(4), slow.fillBytes(4);
+        MemoryHost host(&fast, &fast);
+        platformSrand(31);
+        bool const took =
+            noise_detail::addNoisePlane8<P>(&host, fast.info, plane.info, 70, c.softness);
+        int red, green, blue, alpha;
+        getRasterChannelOrder(format, red, green, blue, alpha);
+        platformSrand(31);
+        noise_detail::addNoiseInAlpha<P, unsigned char, int>(&host, slow.info, alphaField.info,
+                                                             alpha, 70, c.softness);
+        EXPECT_EQ(took, c.softness < 40) << c.w << "x" << c.h << " " << c.softness;
+        if (took) {
+            EXPECT_EQ(fast.bytes(), slow.bytes()) << c.w << "x" << c.h << " " << c.softness;
+        }
+        EXPECT_EQ(host.liveBlocks, 0);
+    }
+}
+
+TEST(NoisePlane, EqualsTheFieldInAlpha) {
+    expectPlaneEqualsAlphaField<PIXEL_RGBA8>(RF_RGBA8);
+    expectPlaneEqualsAlphaField<PIXEL_ARGB8>(RF_ARGB8);
 }
 
 } // namespace

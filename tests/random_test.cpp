@@ -21,6 +21,18 @@ TEST(PlatformRandom, FollowsTheCLibrarySequenceForAnySeed) {
         std::vector<int> expected;
         for (int i = 0; i < 2000; ++i) expected.push_back(std::rand());
         EXPECT_EQ(sequence(seed, 2000), expected) << seed;
+        // Runs in bulk of every length around the chunks and the lanes, between single calls.
+        platformSrand(seed);
+        std::vector<int> bulk;
+        for (std::size_t n : {1, 7, 8, 9, 36, 37, 38, 1023, 0, 1025, 2}) {
+            bulk.push_back(platformRand());
+            bulk.resize(bulk.size() + n);
+            platformRandFill(bulk.data() + bulk.size() - n, n);
+        }
+        bulk.push_back(platformRand());
+        for (int i = 0; i < 3000; ++i) expected.push_back(std::rand());
+        expected.resize(bulk.size());
+        EXPECT_EQ(bulk, expected) << seed;
     }
 }
 
