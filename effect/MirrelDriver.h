@@ -9,6 +9,7 @@
 #include "params/ParamIds.h"
 #include "params/RenderArguments.h"
 #include "pixel/Alpha.h"
+#include "pixel/BlendRun.h"
 #include "pixel/PixelFormats.h"
 
 #include <algorithm>
@@ -175,7 +176,8 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     copyRows(frame.workInfo, sourceCopy, std::size_t(W) * pixelBytes, H);
 
     // A sample that reads what the one before it read draws the same picture (nothing moved
-    // within the shutter): it keeps that picture and only the running average takes it again.
+    // within the shutter): it keeps that picture, and the running average takes it in for the
+    // whole run of such samples in one pass, when the picture is about to change or at the end.
     struct SampleInputs {
         MirrelWorking w;
         int softnessMode, Hp;
@@ -184,6 +186,11 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     };
     auto lastInputs = std::make_unique<SampleInputs>(), inputs = std::make_unique<SampleInputs>();
     bool haveLast = false;
+    int runFirst = 0, runEnd = 0; // the samples that the sample result's picture stands for
+    auto averageRun = [&] {
+        BlendAlphaRunPreMult(p, c, a, v, f, runFirst, runEnd, &sampleResult, &result);
+        runFirst = runEnd;
+    };
 
     // "Simple" softness blurs one sample whole, the first whose radius comes to a pixel; the
     // samples after it blur only their flat image, uniformly and without the fade.
@@ -224,10 +231,10 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
             std::swap(inputs, lastInputs);
             haveLast = true;
             if (same) {
-                BlendAlphaImagesPreMult(p, c, a, v, f, host, float(1.0 / (i + 1)), &sampleResult,
-                                        &result);
+                runEnd = i + 1;
                 continue;
             }
+            averageRun();
             clearRows(sampleResult);
             copyRows(sourceCopy, sampleSource, std::size_t(W) * pixelBytes, H);
         } else {
@@ -256,12 +263,18 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
         if (plainSoftness(host, baseline, W, H, Hp, scale, sample, sampleResult))
             softnessMode = kSoftnessUniform;
 
-        if (shutter.multiSampling)
-            BlendAlphaImagesPreMult(p, c, a, v, f, host, float(1.0 / (i + 1)), &sampleResult,
-                                    &result);
+        runFirst = i, runEnd = i + 1;
     }
 
-    copyRows(result, frame.outputInfo, std::size_t(W) * pixelBytes, H);
+    // When every sample drew the same picture and averaging leaves it whole, it goes out as is.
+    PluginHost_API::RasterInfo* picture = &result;
+    if (shutter.multiSampling) {
+        if (runFirst == 0 && runFromFirstIsCopy<P>())
+            picture = &sampleResult;
+        else
+            averageRun();
+    }
+    copyRows(*picture, frame.outputInfo, std::size_t(W) * pixelBytes, H);
     status = MirrelFinish(p, c, a, v, f, host, args, w.fadeNoise, frame.work.getImpl(),
                           frame.output.getImpl(), status);
 
