@@ -120,18 +120,16 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     if (host->getAEHost()) Premult(p, c, a, v, f, host, frame.work.getImpl());
 
     struct Scratch {
-        ScratchBlock sourceCopy, result, sampleSource, sampleResult;
-        explicit Scratch(PluginHost_API* h)
-            : sourceCopy(h), result(h), sampleSource(h), sampleResult(h) {}
+        ScratchBlock sourceCopy, result, sampleResult;
+        explicit Scratch(PluginHost_API* h) : sourceCopy(h), result(h), sampleResult(h) {}
         ~Scratch() { release(); }
         void release() {
             sourceCopy.release();
             result.release();
-            sampleSource.release();
             sampleResult.release();
         }
     } scratch(host);
-    PluginHost_API::RasterInfo sourceCopy, result, sampleSourceOwn, sampleResultOwn;
+    PluginHost_API::RasterInfo sourceCopy, result, sampleResultOwn;
     auto refused = [&] {
         host->fillOutput();
         return 1;
@@ -140,13 +138,9 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     if (!scratch.sourceCopy.allocImage(sourceCopy, format, W, H, pixelBytes)) return refused();
     MirrelShutter const shutter = mirrelShutter(host, args);
     if (!scratch.result.allocImage(result, format, W, H, pixelBytes)) return refused();
-    if (shutter.multiSampling) {
-        if (!scratch.sampleSource.allocImage(sampleSourceOwn, format, W, H, pixelBytes))
-            return refused();
-        if (!scratch.sampleResult.allocImage(sampleResultOwn, format, W, H, pixelBytes))
-            return refused();
-    }
-    PluginHost_API::RasterInfo& sampleSource = shutter.multiSampling ? sampleSourceOwn : sourceCopy;
+    if (shutter.multiSampling &&
+        !scratch.sampleResult.allocImage(sampleResultOwn, format, W, H, pixelBytes))
+        return refused();
     PluginHost_API::RasterInfo& sampleResult = shutter.multiSampling ? sampleResultOwn : result;
 
     CoreRenderArguments core;
@@ -236,7 +230,6 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
             }
             averageRun();
             clearRows(sampleResult);
-            copyRows(sourceCopy, sampleSource, std::size_t(W) * pixelBytes, H);
         } else {
             clearRows(sampleResult);
         }
@@ -257,7 +250,8 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
                                     .seamSize = args.seamSize,
                                     .seamIntensity = w.seamIntensity,
                                     .seamColor = seamColor};
-        status = QuadToQuadRender(p, c, a, v, f, host, sampleSource, sampleResult, frame.work, core,
+        // The render only reads its source: every sample reads the one copy.
+        status = QuadToQuadRender(p, c, a, v, f, host, sourceCopy, sampleResult, frame.work, core,
                                   sample);
 
         if (plainSoftness(host, baseline, W, H, Hp, scale, sample, sampleResult))
