@@ -9,6 +9,7 @@
 #include "params/ParamIds.h"
 #include "params/RenderArguments.h"
 #include "pixel/Alpha.h"
+#include "pixel/BlendRun.h"
 #include "pixel/PixelFormats.h"
 
 #include <algorithm>
@@ -119,18 +120,16 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     if (host->getAEHost()) Premult(p, c, a, v, f, host, frame.work.getImpl());
 
     struct Scratch {
-        ScratchBlock sourceCopy, result, sampleSource, sampleResult;
-        explicit Scratch(PluginHost_API* h)
-            : sourceCopy(h), result(h), sampleSource(h), sampleResult(h) {}
+        ScratchBlock sourceCopy, result, sampleResult;
+        explicit Scratch(PluginHost_API* h) : sourceCopy(h), result(h), sampleResult(h) {}
         ~Scratch() { release(); }
         void release() {
             sourceCopy.release();
             result.release();
-            sampleSource.release();
             sampleResult.release();
         }
     } scratch(host);
-    PluginHost_API::RasterInfo sourceCopy, result, sampleSourceOwn, sampleResultOwn;
+    PluginHost_API::RasterInfo sourceCopy, result, sampleResultOwn;
     auto refused = [&] {
         host->fillOutput();
         return 1;
@@ -139,13 +138,9 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     if (!scratch.sourceCopy.allocImage(sourceCopy, format, W, H, pixelBytes)) return refused();
     MirrelShutter const shutter = mirrelShutter(host, args);
     if (!scratch.result.allocImage(result, format, W, H, pixelBytes)) return refused();
-    if (shutter.multiSampling) {
-        if (!scratch.sampleSource.allocImage(sampleSourceOwn, format, W, H, pixelBytes))
-            return refused();
-        if (!scratch.sampleResult.allocImage(sampleResultOwn, format, W, H, pixelBytes))
-            return refused();
-    }
-    PluginHost_API::RasterInfo& sampleSource = shutter.multiSampling ? sampleSourceOwn : sourceCopy;
+    if (shutter.multiSampling &&
+        !scratch.sampleResult.allocImage(sampleResultOwn, format, W, H, pixelBytes))
+        return refused();
     PluginHost_API::RasterInfo& sampleResult = shutter.multiSampling ? sampleResultOwn : result;
 
     CoreRenderArguments core;
@@ -175,7 +170,8 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     copyRows(frame.workInfo, sourceCopy, std::size_t(W) * pixelBytes, H);
 
     // A sample that reads what the one before it read draws the same picture (nothing moved
-    // within the shutter): it keeps that picture and only the running average takes it again.
+    // within the shutter): it keeps that picture, and the running average takes it in for the
+    // whole run of such samples in one pass, when the picture is about to change or at the end.
     struct SampleInputs {
         MirrelWorking w;
         int softnessMode, Hp;
@@ -184,6 +180,11 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     };
     auto lastInputs = std::make_unique<SampleInputs>(), inputs = std::make_unique<SampleInputs>();
     bool haveLast = false;
+    int runFirst = 0, runEnd = 0; // the samples that the sample result's picture stands for
+    auto averageRun = [&] {
+        BlendAlphaRunPreMult(p, c, a, v, f, runFirst, runEnd, &sampleResult, &result);
+        runFirst = runEnd;
+    };
 
     // "Simple" softness blurs one sample whole, the first whose radius comes to a pixel; the
     // samples after it blur only their flat image, uniformly and without the fade.
@@ -224,12 +225,11 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
             std::swap(inputs, lastInputs);
             haveLast = true;
             if (same) {
-                BlendAlphaImagesPreMult(p, c, a, v, f, host, float(1.0 / (i + 1)), &sampleResult,
-                                        &result);
+                runEnd = i + 1;
                 continue;
             }
+            averageRun();
             clearRows(sampleResult);
-            copyRows(sourceCopy, sampleSource, std::size_t(W) * pixelBytes, H);
         } else {
             clearRows(sampleResult);
         }
@@ -250,18 +250,25 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
                                     .seamSize = args.seamSize,
                                     .seamIntensity = w.seamIntensity,
                                     .seamColor = seamColor};
-        status = QuadToQuadRender(p, c, a, v, f, host, sampleSource, sampleResult, frame.work, core,
+        // The render only reads its source: every sample reads the one copy.
+        status = QuadToQuadRender(p, c, a, v, f, host, sourceCopy, sampleResult, frame.work, core,
                                   sample);
 
         if (plainSoftness(host, baseline, W, H, Hp, scale, sample, sampleResult))
             softnessMode = kSoftnessUniform;
 
-        if (shutter.multiSampling)
-            BlendAlphaImagesPreMult(p, c, a, v, f, host, float(1.0 / (i + 1)), &sampleResult,
-                                    &result);
+        runFirst = i, runEnd = i + 1;
     }
 
-    copyRows(result, frame.outputInfo, std::size_t(W) * pixelBytes, H);
+    // When every sample drew the same picture and averaging leaves it whole, it goes out as is.
+    PluginHost_API::RasterInfo* picture = &result;
+    if (shutter.multiSampling) {
+        if (runFirst == 0 && runFromFirstIsCopy<P>())
+            picture = &sampleResult;
+        else
+            averageRun();
+    }
+    copyRows(*picture, frame.outputInfo, std::size_t(W) * pixelBytes, H);
     status = MirrelFinish(p, c, a, v, f, host, args, w.fadeNoise, frame.work.getImpl(),
                           frame.output.getImpl(), status);
 

@@ -1,5 +1,6 @@
 #include "pixel/Alpha.h"
 #include "pixel/BlendRows.h"
+#include "pixel/BlendRun.h"
 #include "pixel/StraightRows.h"
 #include "support/MemoryHost.h"
 #include "support/Pixels.h"
@@ -207,6 +208,50 @@ TEST(Alpha, WideCrossFadeEqualsTheScalarFormula) {
                              d32 = {-0.0f, -0.0f, inf,     1.0f, inf,  0.5f,
                                     nan,   3e38f, -1e-40f, 0.0f, -2.0f};
     expectBlendRowEqual(rows->f32, s32, d32, 0.0f);
+}
+
+// A run of like samples averaged in one pass gives the bits of one cross-fade a sample: every
+// 8-bit value against every other, every 16-bit value, floats of every kind; runs from the
+// first sample (a copy, then each value cross-faded with itself), from a later one, and longer
+// than one group of mixes. Rows with a tail past the last group of eight values.
+template <class P>
+void expectRunEqualsCrossFades(std::vector<typename P::C> const& s,
+                               std::vector<typename P::C> const& d) {
+    using C = typename P::C;
+    auto info = [&](std::vector<C>& v) {
+        PluginHost_API::RasterInfo r;
+        r.data = v.data(), r.width = int(v.size() / 8), r.height = 2;
+        r.rowBytes = r.width * 4 * int(sizeof(C));
+        return r;
+    };
+    for (auto [first, end] : {std::pair{0, 1}, {0, 70}, {3, 8}}) {
+        std::vector<C> src = s, want = d, got = d;
+        auto si = info(src), wi = info(want), gi = info(got);
+        for (int i = first; i < end; ++i)
+            BlendAlphaImagesPreMult(PIXEL_VALUES(P), nullptr, float(1.0 / (i + 1)), &si, &wi);
+        BlendAlphaRunPreMult(PIXEL_VALUES(P), first, end, &si, &gi);
+        EXPECT_EQ(std::memcmp(got.data(), want.data(), got.size() * sizeof(C)), 0)
+            << sizeof(C) << "-byte values, samples " << first << " to " << end;
+    }
+}
+
+TEST(Alpha, AveragingARunOfLikeSamplesEqualsOneCrossFadeEach) {
+    int const n = 8 * 8193;
+    std::vector<unsigned char> s8(n), d8(n);
+    std::vector<unsigned short> s16(n), d16(n);
+    for (int i = 0; i < n; ++i) {
+        s8[i] = (unsigned char)i, d8[i] = (unsigned char)(i >> 8);
+        s16[i] = (unsigned short)i, d16[i] = (unsigned short)(i * 40503);
+    }
+    expectRunEqualsCrossFades<PIXEL_RGBA8>(s8, d8);
+    expectRunEqualsCrossFades<PIXEL_ARGB16>(s16, d16);
+    float const inf = std::numeric_limits<float>::infinity();
+    std::vector<float> const odd = {-0.0f, 0.0f,  1.0f,   inf,  -inf, std::nanf(""),
+                                    0.25f, 3e38f, 1e-40f, 0.7f, -2.0f};
+    std::vector<float> s32(8 * 15), d32(8 * 15);
+    for (std::size_t i = 0; i < s32.size(); ++i)
+        s32[i] = odd[i % odd.size()], d32[i] = odd[i * 7 % odd.size()];
+    expectRunEqualsCrossFades<PIXEL_RGBA32>(s32, d32);
 }
 
 // The wide straightening gives the bits of the scalar formula: every 16-bit alpha against
