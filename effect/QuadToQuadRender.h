@@ -2,6 +2,7 @@
 #include "RenderLib/CommonRender.h"
 #include "RenderLib/TransformRecords.h"
 #include "Transform/Common/TX_Line2D.h"
+#include "effect/BendMerge.h"
 #include "effect/MirrorGeometry.h"
 #include "effect/ScratchMemory.h"
 #include "effect/Seam.h"
@@ -253,33 +254,6 @@ int QuadToQuadRender(P p, C c, A a, V v, F f, PluginHost_API* host,
     }
     int const result = pass(farMask, 3, &bent);
 
-    // Merge: the near mask keeps pass 0's picture, the far mask shows the turned one.
-    int red, green, blue, alpha;
-    getRasterChannelOrder(source.format, red, green, blue, alpha);
-    int const channels[4] = {red, green, blue, alpha};
-    float const recip = float(P::RECIP_VALUE());
-    float const half = P::halfRoundPixel();
-    float const full = float(P::MAX_VALUE());
-    auto store = [](float x) { return C(P::clamp(V(x))); };
-    for (int y = 0; y < H; ++y) {
-        auto* d = reinterpret_cast<C*>(destination.row(y));
-        auto const* b = reinterpret_cast<C const*>(bent.row(y));
-        auto const* n = reinterpret_cast<C const*>(nearMask.row(y));
-        auto const* fm = reinterpret_cast<C const*>(farMask.row(y));
-        for (int x = 0; x < W; ++x, d += 4, b += 4, n += 4, fm += 4) {
-            float const nearA = float(n[alpha]), farA = float(fm[alpha]);
-            if (nearA == 0.0f) {
-                float const k = farA * recip;
-                for (int ch : channels) d[ch] = store(float(b[ch]) * k + half);
-            } else if (nearA == full) {
-                float const k = nearA * recip;
-                for (int ch : channels) d[ch] = store(float(d[ch]) * k + half);
-            } else if (farA != 0.0f) {
-                float const k = farA * recip;
-                for (int ch : channels)
-                    d[ch] = store(float(b[ch]) * k + float(d[ch]) * (1.0f - k) + half);
-            }
-        }
-    }
+    mergeBentImage<P, C, V>(destination, bent, nearMask, farMask, source.format);
     return result;
 }
