@@ -342,6 +342,29 @@ int tentPass(PluginRasterInfo& src, PluginRasterInfo& dst, int radius, bool vert
     return 0;
 }
 
+// Both passes of a blur in place at once, where the exact integer form takes them: the rows at
+// `radius` (ramped when progressive), then the columns at `columnRadius` (held to the height).
+// False where it does not apply.
+template <class C>
+bool tentBlurInPlace(PluginRasterInfo& raster, int radius, int columnRadius, bool progressive,
+                     int mode, TentKernels<C> const* kernels = kernelsFor<C>()) {
+    int const width = raster.width, height = raster.height;
+    radius = limitTentRadius(radius, width);
+    if (!kernels || !kernels->blur || raster.pixelBytes != int(4 * sizeof(C)) ||
+        columnRadius <= 0 || columnRadius > kernels->exactRadius || radius > kernels->exactRadius)
+        return false;
+    bool const copies = passCopies(radius, false, mode);
+    std::vector<int> radii(height, 0);
+    for (int n = 0; n < height && !copies; ++n)
+        radii[n] = limitTentRadius(passLineRadius(radius, n, height, progressive, mode), width);
+    int from, to;
+    zeroOutputRows<C>(raster, columnRadius, from, to);
+    if (from < to)
+        kernels->blur(raster.row(0), raster.rowBytes, width, height, radii.data(), columnRadius,
+                      from, to);
+    return true;
+}
+
 // The horizontal pass of all channels in place, for when the vertical pass after it would copy
 // every row back unchanged: each row it changes goes through the first row of `scratch` (a
 // raster of the picture's size, as the two passes would take), and the rows it copies are not

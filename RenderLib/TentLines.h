@@ -16,6 +16,10 @@
 //            channels); dst may be src.
 //   columns: output rows `from` to `to` - 1 of a column pass over `height` rows (lanes across
 //            columns); the sums at `from` are taken afresh from the rows around it.
+//   blur:    both passes in place, rows at `rowRadius[y]` (0 or below copies the row), then
+//            columns at `radius`, for output rows `from` to `to` - 1 (the others must be zero
+//            and stay so); the row pass goes through a ring of 2 radius + 4 rows, so that the
+//            picture between the passes stays in the cache.
 template <class C> struct TentKernels {
     void (*line)(unsigned char const* src, std::ptrdiff_t srcStep, unsigned char* dst,
                  std::ptrdiff_t dstStep, int length, int radius);
@@ -26,6 +30,8 @@ template <class C> struct TentKernels {
     void (*columns)(unsigned char const* src, std::ptrdiff_t srcRowBytes, unsigned char* dst,
                     std::ptrdiff_t dstRowBytes, int width, int height, int radius, int from,
                     int to);
+    void (*blur)(unsigned char* pixels, std::ptrdiff_t rowBytes, int width, int height,
+                 int const* rowRadius, int radius, int from, int to);
     int exactRadius; // 0 where there are no exact forms (float)
 };
 

@@ -99,10 +99,11 @@ TEST(TentBlur, ProgressivePassRampsTheRadiusOverTheRows) {
     }
 }
 
-// The column pass over whole rows, the row pass over runs of rows and the vector kernels give
-// the bits of the portable loop one line at a time: each channel type (float noise holds NaN and
-// infinities), columns across a tile edge, radii up to the limit, rows walked upwards, the
-// alpha-only pass, ramped radii and bands of zero rows above, inside and below the picture.
+// The column pass over whole rows, the row pass over runs of rows, both at once in place and the
+// vector kernels give the bits of the portable loop one line at a time: each channel type (float
+// noise holds NaN and infinities), columns across a tile edge, radii up to the limit, rows walked
+// upwards, the alpha-only pass, ramped radii and bands of zero rows above, inside and below the
+// picture.
 template <class C> std::vector<unsigned char> bitsOf(MemoryImage& m) {
     std::vector<unsigned char> b = m.bytes();
     if constexpr (std::is_same_v<C, float>) // which NaN comes out is the compiler's choice
@@ -148,6 +149,13 @@ template <class C> void expectTentFormsEqual(PluginRasterFormat format) {
                 EXPECT_EQ(bitsOf<C>(got), bitsOf<C>(want))
                     << "rows, radius " << radius << (progressive ? " ramped" : "");
             }
+            // Both passes at once, in place.
+            MemoryImage both(format, w, h, Rows::BottomUp);
+            tentColumns<C, 4>(want.info, both.info, r, 0, nullptr);
+            for (int y = 0; y < h; ++y) std::memcpy(px(got, 0, y), px(src, 0, y), w * along);
+            if (tentBlurInPlace<C>(got.info, radius, r, progressive, 0, wide))
+                EXPECT_EQ(bitsOf<C>(got), bitsOf<C>(both))
+                    << "both passes, radius " << radius << (progressive ? " ramped" : "");
         }
     }
 }
