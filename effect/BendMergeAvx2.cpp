@@ -42,8 +42,16 @@ MIRREL_AVX2 int mergeRow(unsigned char* dst, unsigned char const* bent,
         __m256i const farA = byteLanes<AI>(load(farMask + 4 * x));
         __m256i const nearEmpty = _mm256_cmpeq_epi32(nearA, zero);
         __m256i const nearFull = _mm256_cmpeq_epi32(nearA, full);
-        __m256i const farShows =
-            _mm256_xor_si256(_mm256_cmpeq_epi32(farA, zero), _mm256_set1_epi32(-1));
+        __m256i const farEmpty = _mm256_cmpeq_epi32(farA, zero);
+        // Where the near mask is full, the picture comes back as it was (d times 255 times the
+        // reciprocal, which rounds to 1, plus a half, truncated); where both masks are empty,
+        // it becomes zero. Groups wholly of one kind skip the arithmetic.
+        if (_mm256_movemask_epi8(nearFull) == -1) continue;
+        if (_mm256_movemask_epi8(_mm256_and_si256(nearEmpty, farEmpty)) == -1) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 4 * x), zero);
+            continue;
+        }
+        __m256i const farShows = _mm256_xor_si256(farEmpty, _mm256_set1_epi32(-1));
         __m256 const kFar = _mm256_mul_ps(_mm256_cvtepi32_ps(farA), recip);
         __m256 const kNear = _mm256_mul_ps(_mm256_cvtepi32_ps(nearA), recip);
         __m256i const out = _mm256_or_si256(
