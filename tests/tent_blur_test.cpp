@@ -153,9 +153,10 @@ template <class C> void expectTentFormsEqual(PluginRasterFormat format) {
             MemoryImage both(format, w, h, Rows::BottomUp);
             tentColumns<C, 4>(want.info, both.info, r, 0, nullptr);
             for (int y = 0; y < h; ++y) std::memcpy(px(got, 0, y), px(src, 0, y), w * along);
-            if (tentBlurInPlace<C>(got.info, radius, r, progressive, 0, wide))
+            if (tentBlurInPlace<C>(got.info, radius, r, progressive, 0, wide)) {
                 EXPECT_EQ(bitsOf<C>(got), bitsOf<C>(both))
                     << "both passes, radius " << radius << (progressive ? " ramped" : "");
+            }
         }
     }
 }
