@@ -355,8 +355,10 @@ bool tentBlurInPlace(PluginRasterInfo& raster, int radius, int columnRadius, boo
         return false;
     bool const copies = passCopies(radius, false, mode);
     std::vector<int> radii(height, 0);
-    for (int n = 0; n < height && !copies; ++n)
+    for (int n = 0; n < height && !copies; ++n) {
         radii[n] = limitTentRadius(passLineRadius(radius, n, height, progressive, mode), width);
+        if (radii[n] > kernels->exactRadius) return false; // mode 4 ramps up to the limit
+    }
     int from, to;
     zeroOutputRows<C>(raster, columnRadius, from, to);
     if (from < to)

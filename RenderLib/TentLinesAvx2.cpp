@@ -4,6 +4,7 @@
 #if defined(__x86_64__) || defined(__i386__)
 #include "pixel/Avx2.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
@@ -269,7 +270,10 @@ MIRREL_AVX2 void columnsExact(unsigned char const* src, std::ptrdiff_t srcRowByt
 
 inline bool zeroBytes(void const* p, std::size_t n) {
     auto const* b = static_cast<unsigned char const*>(p);
-    for (std::size_t i = 0; i < n; ++i)
+    std::size_t i = 0;
+    for (std::uint64_t w; i + 8 <= n; i += 8)
+        if (std::memcpy(&w, b + i, 8), w != 0) return false;
+    for (; i < n; ++i)
         if (b[i] != 0) return false;
     return true;
 }
