@@ -81,6 +81,10 @@ int Internal_BlurFilter_RGBA(P p, C c, A a, V v, F f, PluginHost_API* host,
                                             progressive, mode);
             return 0;
         }
+        // The scratch raster is still taken, so that the blur fails alike when it cannot be had.
+        if (!alphaOnly && blur_detail::tentBlurInPlace<C>(raster, blur_detail::truncToInt(radius),
+                                                          vertical, progressive, mode))
+            return 0;
         auto pass = alphaOnly ? &TentBlurPass_A<P, C, A, V, F> : &TentBlurPass_RGBA<P, C, A, V, F>;
         pass(p, c, a, v, f, host, raster, scratch.info, blur_detail::truncToInt(radius), false,
              progressive, mode);

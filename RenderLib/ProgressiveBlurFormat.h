@@ -1,5 +1,6 @@
 #pragma once
 #include "RenderLib/BlurFilter.h"
+#include "RenderLib/FadeRows.h"
 #include "RenderLib/MipMapBlur.h"
 #include "RenderLib/ProgressiveBlur.h"
 
@@ -67,7 +68,11 @@ template <class C> void scaleRow(C* row, int values, float f) {
     int i = 0;
     if constexpr (!std::is_floating_point_v<C>) {
         if (f >= 0.0f && f <= 1.0f) {
-            for (i = scaleRowVector(row, values, f); i < values; ++i)
+            if (FadeRows const* wide = chosenFadeRows()) {
+                if constexpr (sizeof(C) == 1) i = wide->u8(row, values, f);
+                if constexpr (sizeof(C) == 2) i = wide->u16(row, values, f);
+            }
+            for (i += scaleRowVector(row + i, values - i, f); i < values; ++i)
                 row[i] = C(int(float(row[i]) * f));
             return;
         }

@@ -153,6 +153,30 @@ inline int passLineRadius(int radius, int n, int lines, bool progressive, int mo
     return truncToInt(t * float(radius));
 }
 
+inline bool zeroBytes(unsigned char const* p, std::size_t n) {
+    std::size_t i = 0;
+    for (std::uint64_t w; i + 8 <= n; i += 8)
+        if (std::memcpy(&w, p + i, 8), w != 0) return false;
+    for (; i < n; ++i)
+        if (p[i] != 0) return false;
+    return true;
+}
+
+// Rows all of zero bits give zero sums: the tent of a column is zero up to `from` and, the sums
+// of integer channels being exact, again from `to` on. A reflection's sample is mostly empty.
+template <class C> void zeroOutputRows(PluginRasterInfo& src, int r, int& from, int& to) {
+    std::size_t const bytes = std::size_t(src.width) * src.pixelBytes;
+    int const height = src.height;
+    int lead = 0;
+    while (lead < height && zeroBytes(src.row(lead), bytes)) ++lead;
+    from = lead == height ? height : std::max(lead - r - 2, 0); // sums at `from` still zero
+    to = height;
+    if (lead == height || std::is_floating_point_v<C>) return;
+    int last = height - 1;
+    while (zeroBytes(src.row(last), bytes)) --last;
+    to = int(std::min<std::int64_t>(height, std::int64_t(last) + r + 1));
+}
+
 // The vertical pass at one radius r > 0, held to the height, over every column at once: the
 // lines' running sums are kept for a tile of columns and moved down the rows together, each
 // value by the same operations as tentLine, so that rows are read whole and in order.
@@ -161,6 +185,19 @@ void tentColumns(PluginRasterInfo& src, PluginRasterInfo& dst, int r, int first,
                  TentKernels<C> const* kernels = kernelsFor<C>()) {
     int const width = dst.width, height = dst.height;
     double const recip = 1.0 / (double(r + 1) * double(r + 1));
+    int from = 0, to = height;
+    if (N == 4 && first == 0) {
+        zeroOutputRows<C>(src, r, from, to);
+        std::size_t const bytes = std::size_t(width) * dst.pixelBytes;
+        for (int y = 0; y < height; ++y)
+            if (y < from || y >= to) std::memset(dst.row(y), 0, bytes);
+        if (kernels && kernels->columns && r <= kernels->exactRadius) {
+            if (from < to)
+                kernels->columns(src.row(0), src.rowBytes, dst.row(0), dst.rowBytes, width, height,
+                                 r, from, to);
+            return;
+        }
+    }
     constexpr int kTile = 256; // pixels: the sums of a tile stay in the first-level cache
     double S[kTile * N], D[kTile * N];
     if (N == 4 && first != 0) kernels = nullptr;
@@ -171,19 +208,19 @@ void tentColumns(PluginRasterInfo& src, PluginRasterInfo& dst, int r, int first,
         auto at = [&](int v) { return std::ptrdiff_t(x0 + v / N) * 4 + first + v % N; };
         C const* p0 = rowOf(src, 0);
         for (int v = 0; v < values; ++v) {
-            S[v] = (r + 1) * double(p0[at(v)]);
+            S[v] = from > 0 ? 0.0 : (r + 1) * double(p0[at(v)]);
             D[v] = 0.0;
         }
-        for (int k = 1; k <= r; ++k) {
+        for (int k = 1; k <= r && from == 0; ++k) {
             C const* pk = rowOf(src, k);
             for (int v = 0; v < values; ++v)
                 S[v] += k * double(p0[at(v)]) + (r + 1 - k) * double(pk[at(v)]);
         }
-        for (int k = 1; k <= r + 1; ++k) {
+        for (int k = 1; k <= r + 1 && from == 0; ++k) {
             C const* pk = rowOf(src, k);
             for (int v = 0; v < values; ++v) D[v] += double(pk[at(v)]) - double(p0[at(v)]);
         }
-        for (int i = 0; i < height; ++i) {
+        for (int i = from; i < to; ++i) {
             C* out = rowOf(dst, i);
             if (i == height - 1) {
                 for (int v = 0; v < values; ++v) out[at(v)] = C(S[v] * recip);
@@ -216,6 +253,52 @@ void tentColumns(PluginRasterInfo& src, PluginRasterInfo& dst, int r, int first,
     }
 }
 
+// The horizontal pass of packed four-channel rows at a radius held to the width; dst may be
+// src. A row of zero bits stays zero. Runs of rows at one radius go to the exact integer form
+// where there is one.
+template <class C>
+void tentRows(PluginRasterInfo& src, PluginRasterInfo& dst, int radius, bool progressive, int mode,
+              TentKernels<C> const* kernels = kernelsFor<C>()) {
+    int const width = dst.width, height = dst.height;
+    std::size_t const bytes = std::size_t(width) * dst.pixelBytes;
+    bool const inPlace = src.data == dst.data && src.rowBytes == dst.rowBytes;
+    int runStart = 0, runCount = 0, runRadius = 0;
+    auto flush = [&] {
+        if (runCount > 0)
+            kernels->rows(src.row(runStart), src.rowBytes, dst.row(runStart), dst.rowBytes, width,
+                          runCount, runRadius);
+        runCount = 0;
+    };
+    std::ptrdiff_t const step = 4 * sizeof(C);
+    for (int n = 0; n < height; ++n) {
+        int const r = passLineRadius(radius, n, height, progressive, mode);
+        if (progressive && r == 0) {
+            flush();
+            if (!inPlace) std::memcpy(dst.row(n), src.row(n), bytes);
+            continue;
+        }
+        if (zeroBytes(src.row(n), bytes)) {
+            flush();
+            if (!inPlace) std::memset(dst.row(n), 0, bytes);
+            continue;
+        }
+        if (kernels && kernels->rows && r > 0 && r <= kernels->exactRadius) {
+            if (runCount > 0 && (r != runRadius || runStart + runCount != n)) flush();
+            if (runCount == 0) runStart = n, runRadius = r;
+            ++runCount;
+            continue;
+        }
+        flush();
+        if (inPlace) {
+            std::vector<unsigned char> line(src.row(n), src.row(n) + bytes);
+            tentLine<C, 4>(line.data(), step, dst.row(n), step, width, r, 0, kernels);
+        } else {
+            tentLine<C, 4>(src.row(n), step, dst.row(n), step, width, r, 0, kernels);
+        }
+    }
+    flush();
+}
+
 template <class C, int N>
 int tentPass(PluginRasterInfo& src, PluginRasterInfo& dst, int radius, bool vertical,
              bool progressive, int mode, int first) {
@@ -241,6 +324,11 @@ int tentPass(PluginRasterInfo& src, PluginRasterInfo& dst, int radius, bool vert
         tentColumns<C, N>(src, dst, radius, first);
         return 0;
     }
+    if (!vertical && N == 4 && first == 0 && src.pixelBytes == int(4 * sizeof(C)) &&
+        dst.pixelBytes == int(4 * sizeof(C))) {
+        tentRows<C>(src, dst, radius, progressive, mode);
+        return 0;
+    }
     auto* s = static_cast<unsigned char*>(src.data);
     auto* d = static_cast<unsigned char*>(dst.data);
     for (int n = 0; n < lines; ++n) {
@@ -254,6 +342,31 @@ int tentPass(PluginRasterInfo& src, PluginRasterInfo& dst, int radius, bool vert
     return 0;
 }
 
+// Both passes of a blur in place at once, where the exact integer form takes them: the rows at
+// `radius` (ramped when progressive), then the columns at `columnRadius` (held to the height).
+// False where it does not apply.
+template <class C>
+bool tentBlurInPlace(PluginRasterInfo& raster, int radius, int columnRadius, bool progressive,
+                     int mode, TentKernels<C> const* kernels = kernelsFor<C>()) {
+    int const width = raster.width, height = raster.height;
+    radius = limitTentRadius(radius, width);
+    if (!kernels || !kernels->blur || raster.pixelBytes != int(4 * sizeof(C)) ||
+        columnRadius <= 0 || columnRadius > kernels->exactRadius || radius > kernels->exactRadius)
+        return false;
+    bool const copies = passCopies(radius, false, mode);
+    std::vector<int> radii(height, 0);
+    for (int n = 0; n < height && !copies; ++n) {
+        radii[n] = limitTentRadius(passLineRadius(radius, n, height, progressive, mode), width);
+        if (radii[n] > kernels->exactRadius) return false; // mode 4 ramps up to the limit
+    }
+    int from, to;
+    zeroOutputRows<C>(raster, columnRadius, from, to);
+    if (from < to)
+        kernels->blur(raster.row(0), raster.rowBytes, width, height, radii.data(), columnRadius,
+                      from, to);
+    return true;
+}
+
 // The horizontal pass of all channels in place, for when the vertical pass after it would copy
 // every row back unchanged: each row it changes goes through the first row of `scratch` (a
 // raster of the picture's size, as the two passes would take), and the rows it copies are not
@@ -264,6 +377,8 @@ void tentRowsInPlace(PluginRasterInfo& raster, PluginRasterInfo& scratch, int ra
     int const width = raster.width, height = raster.height;
     radius = limitTentRadius(radius, width);
     if (passCopies(radius, false, mode)) return;
+    if (raster.pixelBytes == int(4 * sizeof(C)))
+        return tentRows<C>(raster, raster, radius, progressive, mode);
     std::size_t const rowBytes = std::size_t(width) * raster.pixelBytes;
     unsigned char* line = scratch.row(0);
     for (int n = 0; n < height; ++n) {

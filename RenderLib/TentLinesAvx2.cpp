@@ -4,7 +4,10 @@
 #if defined(__x86_64__) || defined(__i386__)
 #include "pixel/Avx2.h"
 
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <vector>
 
 namespace {
 
@@ -96,7 +99,265 @@ MIRREL_AVX2 void step(C const* L, C const* R, C const* M, C* out, double* S, dou
     }
 }
 
-template <class C> TentKernels<C> const kKernels = {&line<C>, &step<C>};
+// The exact integer forms (unsigned char and unsigned short channels).
+
+// Eight channel values, two pixels, widened to 32-bit lanes.
+MIRREL_AVX2_INLINE __m256i load8(unsigned char const* p) {
+    return _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<__m128i const*>(p)));
+}
+MIRREL_AVX2_INLINE __m256i load8(unsigned short const* p) {
+    return _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<__m128i const*>(p)));
+}
+
+// Eight sums as the portable loop stores them: the double times the reciprocal, truncated (the
+// results lie in the channel's range), packed in channel order.
+MIRREL_AVX2_INLINE __m128i outputs(__m256i S, __m256d recip) {
+    __m128i const lo =
+        _mm256_cvttpd_epi32(_mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_castsi256_si128(S)), recip));
+    __m128i const hi = _mm256_cvttpd_epi32(
+        _mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_extracti128_si256(S, 1)), recip));
+    return _mm_packus_epi32(lo, hi);
+}
+MIRREL_AVX2_INLINE void store8(unsigned char* p, __m128i words) {
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(words, words));
+}
+MIRREL_AVX2_INLINE void store8(unsigned short* p, __m128i words) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), words);
+}
+// The two pixels of eight stored apart.
+MIRREL_AVX2_INLINE void store2(unsigned char* a, unsigned char* b, __m128i words) {
+    __m128i const bytes = _mm_packus_epi16(words, words);
+    int const pa = _mm_cvtsi128_si32(bytes), pb = _mm_extract_epi32(bytes, 1);
+    std::memcpy(a, &pa, 4);
+    std::memcpy(b, &pb, 4);
+}
+MIRREL_AVX2_INLINE void store2(unsigned short* a, unsigned short* b, __m128i words) {
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(a), words);
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(b), _mm_unpackhi_epi64(words, words));
+}
+
+// S += D; D += (L + R) - 2 M.
+MIRREL_AVX2_INLINE void advance8(__m256i& S, __m256i& D, __m256i L, __m256i R, __m256i M) {
+    S = _mm256_add_epi32(S, D);
+    D = _mm256_add_epi32(D, _mm256_sub_epi32(_mm256_add_epi32(L, R), _mm256_add_epi32(M, M)));
+}
+
+// Pixel pair i of two interleaved rows.
+template <class C> MIRREL_AVX2_INLINE __m256i pairAt(C const* base, int i) {
+    return load8(base + 8 * std::ptrdiff_t(i));
+}
+
+inline double tentRecip(int r) {
+    return 1.0 / (double(r + 1) * double(r + 1));
+}
+
+// Rows a and b at radius r into da and db, through `pair`: the two interleaved pixel by pixel,
+// their ends repeated far enough for every tap (length + 2 r + 4 pixel pairs).
+template <class C>
+MIRREL_AVX2 void rowPair(C const* a, C const* b, C* da, C* db, int length, int r, C* pair) {
+    int const pad = r + 2;
+    auto put = [&](int j, int k) {
+        std::memcpy(pair + 8 * std::ptrdiff_t(j + pad), a + 4 * std::ptrdiff_t(k), 4 * sizeof(C));
+        std::memcpy(pair + 8 * std::ptrdiff_t(j + pad) + 4, b + 4 * std::ptrdiff_t(k),
+                    4 * sizeof(C));
+    };
+    for (int j = -pad; j < 0; ++j) put(j, 0);
+    int j = 0;
+    // Whole 32-byte runs of both rows, interleaved by pixel.
+    constexpr int kRun = 32 / (4 * sizeof(C));
+    for (; j + kRun <= length; j += kRun) {
+        __m256i const va = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(a + 4 * j));
+        __m256i const vb = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(b + 4 * j));
+        __m256i lo, hi;
+        if constexpr (sizeof(C) == 1)
+            lo = _mm256_unpacklo_epi32(va, vb), hi = _mm256_unpackhi_epi32(va, vb);
+        else
+            lo = _mm256_unpacklo_epi64(va, vb), hi = _mm256_unpackhi_epi64(va, vb);
+        auto* out = reinterpret_cast<__m256i*>(pair + 8 * std::ptrdiff_t(j + pad));
+        _mm256_storeu_si256(out, _mm256_permute2x128_si256(lo, hi, 0x20));
+        _mm256_storeu_si256(out + 1, _mm256_permute2x128_si256(lo, hi, 0x31));
+    }
+    for (; j < length; ++j) put(j, j);
+    for (; j < length + pad; ++j) put(j, length - 1);
+    C const* const base = pair + 8 * pad;
+    __m256d const recip = _mm256_set1_pd(tentRecip(r));
+    __m256i S = _mm256_setzero_si256(), D = _mm256_setzero_si256();
+    for (int k = -r; k <= r; ++k)
+        S = _mm256_add_epi32(
+            S, _mm256_mullo_epi32(_mm256_set1_epi32(r + 1 - std::abs(k)), pairAt(base, k)));
+    for (int k = 1; k <= r + 1; ++k)
+        D = _mm256_add_epi32(D, _mm256_sub_epi32(pairAt(base, k), pairAt(base, k - r - 1)));
+    for (int i = 0; i < length; ++i) {
+        store2(da + 4 * i, db + 4 * i, outputs(S, recip));
+        advance8(S, D, pairAt(base, i - r), pairAt(base, i + r + 2), pairAt(base, i + 1));
+    }
+}
+
+template <class C>
+MIRREL_AVX2 void rowsExact(unsigned char const* src, std::ptrdiff_t srcRowBytes, unsigned char* dst,
+                           std::ptrdiff_t dstRowBytes, int length, int count, int r) {
+    std::vector<C> pair(8 * std::size_t(length + 2 * r + 4));
+    for (int n = 0; n < count; n += 2) {
+        int const m = n + 1 < count ? n + 1 : n; // an odd last row goes with itself
+        rowPair(reinterpret_cast<C const*>(src + n * srcRowBytes),
+                reinterpret_cast<C const*>(src + m * srcRowBytes),
+                reinterpret_cast<C*>(dst + n * dstRowBytes),
+                reinterpret_cast<C*>(dst + m * dstRowBytes), length, r, pair.data());
+    }
+}
+
+// sums += weight * p over `values` channel values, `wide` of them (a multiple of 8) by vector.
+template <class C>
+MIRREL_AVX2_INLINE void addRow(int* sums, C const* p, int weight, int values, int wide) {
+    __m256i const w = _mm256_set1_epi32(weight);
+    int v = 0;
+    for (; v < wide; v += 8) {
+        __m256i* s = reinterpret_cast<__m256i*>(sums + v);
+        _mm256_storeu_si256(
+            s, _mm256_add_epi32(_mm256_loadu_si256(s), _mm256_mullo_epi32(w, load8(p + v))));
+    }
+    for (; v < values; ++v) sums[v] += weight * int(p[v]);
+}
+
+template <class C>
+MIRREL_AVX2 void columnsExact(unsigned char const* src, std::ptrdiff_t srcRowBytes,
+                              unsigned char* dst, std::ptrdiff_t dstRowBytes, int width, int height,
+                              int r, int from, int to) {
+    constexpr int kTile = 512; // pixels: the sums of a tile stay in the first-level cache
+    alignas(32) int S[4 * kTile], D[4 * kTile];
+    __m256d const recip = _mm256_set1_pd(tentRecip(r));
+    double const recipScalar = tentRecip(r);
+    auto row = [&](int y) {
+        y = y < 0 ? 0 : y >= height ? height - 1 : y;
+        return reinterpret_cast<C const*>(src + y * srcRowBytes);
+    };
+    for (int x0 = 0; x0 < width; x0 += kTile) {
+        int const values = 4 * (width - x0 < kTile ? width - x0 : kTile);
+        int const wide = values & ~7;
+        std::ptrdiff_t const o = 4 * std::ptrdiff_t(x0);
+        // The sums at `from`: the tent of the rows around it and the first difference.
+        std::memset(S, 0, sizeof(int) * values);
+        std::memset(D, 0, sizeof(int) * values);
+        for (int k = -r; k <= r; ++k)
+            addRow(S, row(from + k) + o, r + 1 - std::abs(k), values, wide);
+        for (int k = 1; k <= r + 1; ++k) {
+            addRow(D, row(from + k) + o, 1, values, wide);
+            addRow(D, row(from + k - r - 1) + o, -1, values, wide);
+        }
+        for (int i = from; i < to; ++i) {
+            C* out = reinterpret_cast<C*>(dst + i * dstRowBytes) + o;
+            C const* L = row(i - r) + o;
+            C const* R = row(i + r + 2) + o;
+            C const* M = row(i + 1) + o;
+            int v = 0;
+            for (; v < wide; v += 8) {
+                __m256i* sp = reinterpret_cast<__m256i*>(S + v);
+                __m256i* dp = reinterpret_cast<__m256i*>(D + v);
+                __m256i s = _mm256_load_si256(sp), d = _mm256_load_si256(dp);
+                store8(out + v, outputs(s, recip));
+                advance8(s, d, load8(L + v), load8(R + v), load8(M + v));
+                _mm256_store_si256(sp, s);
+                _mm256_store_si256(dp, d);
+            }
+            for (; v < values; ++v) {
+                out[v] = C(double(S[v]) * recipScalar);
+                S[v] += D[v];
+                D[v] += int(L[v]) + int(R[v]) - 2 * int(M[v]);
+            }
+        }
+    }
+}
+
+inline bool zeroBytes(void const* p, std::size_t n) {
+    auto const* b = static_cast<unsigned char const*>(p);
+    std::size_t i = 0;
+    for (std::uint64_t w; i + 8 <= n; i += 8)
+        if (std::memcpy(&w, b + i, 8), w != 0) return false;
+    for (; i < n; ++i)
+        if (b[i] != 0) return false;
+    return true;
+}
+
+template <class C>
+MIRREL_AVX2 void blurExact(unsigned char* pixels, std::ptrdiff_t rowBytes, int width, int height,
+                           int const* rowRadius, int r, int from, int to) {
+    int const values = 4 * width, wide = values & ~7;
+    int const ringRows = 2 * r + 4; // rows i - r to i + r + 2 of the row pass, and one more
+    int maxRow = 0;
+    for (int y = 0; y < height; ++y) maxRow = rowRadius[y] > maxRow ? rowRadius[y] : maxRow;
+    std::vector<C> ring(std::size_t(ringRows) * values);
+    std::vector<C> pair(8 * std::size_t(width + 2 * maxRow + 4));
+    std::vector<int> sums(2 * std::size_t(values) + 8);
+    int* S = sums.data();
+    int* D = S + values;
+    auto input = [&](int y) { return reinterpret_cast<C const*>(pixels + y * rowBytes); };
+    auto passed = [&](int y) { // row y of the row pass, held to the picture
+        y = y < 0 ? 0 : y >= height ? height - 1 : y;
+        return ring.data() + std::ptrdiff_t(y % ringRows) * values;
+    };
+    // The row pass, two rows at a time where they share a radius; a row at radius 0 or below is
+    // copied, as is a row of zeros, which the pass would leave zero.
+    int made = std::max(from - r, 0); // rows of the row pass made so far
+    auto makeUpTo = [&](int last) {
+        last = last < height - 1 ? last : height - 1;
+        while (made <= last) {
+            int const y = made;
+            int const ry = rowRadius[y];
+            bool const pairs = y + 1 <= last && rowRadius[y + 1] == ry;
+            if (ry <= 0 || zeroBytes(input(y), values * sizeof(C))) {
+                std::memcpy(passed(y), input(y), values * sizeof(C));
+                made = y + 1;
+                continue;
+            }
+            int const y2 = pairs ? y + 1 : y;
+            rowPair(input(y), input(y2), passed(y), passed(y2), width, ry, pair.data());
+            made = y2 + 1;
+        }
+    };
+    makeUpTo(from + r + 1);
+    std::memset(S, 0, sizeof(int) * 2 * values);
+    for (int k = -r; k <= r; ++k) addRow(S, passed(from + k), r + 1 - std::abs(k), values, wide);
+    for (int k = 1; k <= r + 1; ++k) {
+        addRow(D, passed(from + k), 1, values, wide);
+        addRow(D, passed(from + k - r - 1), -1, values, wide);
+    }
+    __m256d const recip = _mm256_set1_pd(tentRecip(r));
+    double const recipScalar = tentRecip(r);
+    for (int i = from; i < to; ++i) {
+        makeUpTo(i + r + 2);
+        C* out = reinterpret_cast<C*>(pixels + i * rowBytes);
+        C const* L = passed(i - r);
+        C const* R = passed(i + r + 2);
+        C const* M = passed(i + 1);
+        int v = 0;
+        for (; v < wide; v += 8) {
+            __m256i* sp = reinterpret_cast<__m256i*>(S + v);
+            __m256i* dp = reinterpret_cast<__m256i*>(D + v);
+            __m256i s = _mm256_loadu_si256(sp), d = _mm256_loadu_si256(dp);
+            store8(out + v, outputs(s, recip));
+            advance8(s, d, load8(L + v), load8(R + v), load8(M + v));
+            _mm256_storeu_si256(sp, s);
+            _mm256_storeu_si256(dp, d);
+        }
+        for (; v < values; ++v) {
+            out[v] = C(double(S[v]) * recipScalar);
+            S[v] += D[v];
+            D[v] += int(L[v]) + int(R[v]) - 2 * int(M[v]);
+        }
+    }
+}
+
+template <class C>
+constexpr TentKernels<C> kKernels = {&line<C>, &step<C>, nullptr, nullptr, nullptr, 0};
+// Sums up to (r + 1)^2 times the largest channel value within 32 bits.
+template <>
+constexpr TentKernels<unsigned char> kKernels<unsigned char> = {
+    &line<unsigned char>,         &step<unsigned char>,      &rowsExact<unsigned char>,
+    &columnsExact<unsigned char>, &blurExact<unsigned char>, 2900};
+template <>
+constexpr TentKernels<unsigned short> kKernels<unsigned short> = {
+    &line<unsigned short>,         &step<unsigned short>,      &rowsExact<unsigned short>,
+    &columnsExact<unsigned short>, &blurExact<unsigned short>, 180};
 
 } // namespace
 

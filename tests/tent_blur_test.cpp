@@ -99,9 +99,11 @@ TEST(TentBlur, ProgressivePassRampsTheRadiusOverTheRows) {
     }
 }
 
-// The column pass over whole rows and the vector kernels give the bits of the portable loop one
-// line at a time: each channel type (float noise holds NaN and infinities), columns across a
-// tile edge, radii up to the limit, rows walked upwards, and the alpha-only pass.
+// The column pass over whole rows, the row pass over runs of rows, both at once in place and the
+// vector kernels give the bits of the portable loop one line at a time: each channel type (float
+// noise holds NaN and infinities), columns across a tile edge, radii up to the limit, rows walked
+// upwards, the alpha-only pass, ramped radii and bands of zero rows above, inside and below the
+// picture.
 template <class C> std::vector<unsigned char> bitsOf(MemoryImage& m) {
     std::vector<unsigned char> b = m.bytes();
     if constexpr (std::is_same_v<C, float>) // which NaN comes out is the compiler's choice
@@ -123,6 +125,9 @@ template <class C> void expectTentFormsEqual(PluginRasterFormat format) {
             got(format, w, h, Rows::BottomUp), alphaWant(format, w, h, Rows::BottomUp);
         src.fillBytes(unsigned(radius));
         auto px = [](MemoryImage& m, int x, int y) { return m.pixel<unsigned char>(x, y); };
+        if (radius < 40)
+            for (int y : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 20, 31, 32, 33, 34, 35, 36})
+                std::memset(px(src, 0, y), 0, w * 4 * sizeof(C));
         std::ptrdiff_t const down = src.info.rowBytes, along = 4 * sizeof(C);
         for (int x = 0; x < w; ++x) {
             tentLine<C, 4>(px(src, x, 0), down, px(want, x, 0), down, h, r, 0, nullptr);
@@ -135,12 +140,24 @@ template <class C> void expectTentFormsEqual(PluginRasterFormat format) {
         MemoryImage alphaGot(format, w, h, Rows::BottomUp);
         tentColumns<C, 1>(src.info, alphaGot.info, r, 3);
         EXPECT_EQ(bitsOf<C>(alphaGot), bitsOf<C>(alphaWant)) << "alpha columns, radius " << r;
-        if (!wide) continue;
-        for (int y = 0; y < h; ++y) {
-            tentLine<C, 4>(px(src, 0, y), along, px(want, 0, y), along, w, radius, 0, nullptr);
-            tentLine<C, 4>(px(src, 0, y), along, px(got, 0, y), along, w, radius, 0, wide);
+        for (bool progressive : {false, true}) {
+            for (int y = 0; y < h; ++y)
+                tentLine<C, 4>(px(src, 0, y), along, px(want, 0, y), along, w,
+                               passLineRadius(radius, y, h, progressive, 0), 0, nullptr);
+            for (auto kernels : {(TentKernels<C> const*)nullptr, wide}) {
+                tentRows<C>(src.info, got.info, radius, progressive, 0, kernels);
+                EXPECT_EQ(bitsOf<C>(got), bitsOf<C>(want))
+                    << "rows, radius " << radius << (progressive ? " ramped" : "");
+            }
+            // Both passes at once, in place.
+            MemoryImage both(format, w, h, Rows::BottomUp);
+            tentColumns<C, 4>(want.info, both.info, r, 0, nullptr);
+            for (int y = 0; y < h; ++y) std::memcpy(px(got, 0, y), px(src, 0, y), w * along);
+            if (tentBlurInPlace<C>(got.info, radius, r, progressive, 0, wide)) {
+                EXPECT_EQ(bitsOf<C>(got), bitsOf<C>(both))
+                    << "both passes, radius " << radius << (progressive ? " ramped" : "");
+            }
         }
-        EXPECT_EQ(bitsOf<C>(got), bitsOf<C>(want)) << "rows, radius " << radius;
     }
 }
 
