@@ -2,6 +2,7 @@
 #include "RenderLib/SoftnessMode.h"
 #include "Transform/Common/TX_Line2D.h"
 #include "host/PluginHost_API.h"
+#include "pixel/FormatDispatch.h"
 
 // The one door to all blur and to the fade. mode: 0 "Simple" and 2 "Progressive Linear" fade,
 // then blur with a radius that falls linearly from row 0 to the last row; 3 "Progressive
@@ -20,14 +21,6 @@ int CommonRender_progressiveBlur(PluginHost_API* host, TX_Line2D& line, float ra
                                               float aspect, float fadeStart, float fadeLength,     \
                                               int fadeType, PluginHost_API::RasterInfo* raster,    \
                                               bool alphaOnly, int mode)
-MIRREL_PROGRESSIVE_BLUR(ARGB8);
-MIRREL_PROGRESSIVE_BLUR(BGRA8);
-MIRREL_PROGRESSIVE_BLUR(RGBA8);
-MIRREL_PROGRESSIVE_BLUR(ARGB14);
-MIRREL_PROGRESSIVE_BLUR(BGRA14);
-MIRREL_PROGRESSIVE_BLUR(ARGB15);
-MIRREL_PROGRESSIVE_BLUR(ARGB16);
-MIRREL_PROGRESSIVE_BLUR(RGBA16);
-MIRREL_PROGRESSIVE_BLUR(ARGB32);
-MIRREL_PROGRESSIVE_BLUR(BGRA32);
-MIRREL_PROGRESSIVE_BLUR(RGBA32);
+#define MIRREL_DECLARE_PROGRESSIVE_BLUR(NAME) MIRREL_PROGRESSIVE_BLUR(NAME);
+MIRREL_LIBRARY_FORMATS(MIRREL_DECLARE_PROGRESSIVE_BLUR)
+#undef MIRREL_DECLARE_PROGRESSIVE_BLUR
