@@ -32,8 +32,8 @@ int AddNoise_RGBA_Int(P, C, A, V, F, PluginHost_API* host, PluginHost_API::Raste
     fillNoiseAlpha<P, C, V>(plane, alpha);
     if (MACRO_NOT_NEARLY_EQUAL(softness, 0.0) != 0.0) {
         TX_Line2D line(0.0, 0.0, 1.0, 1.0, false);
-        CommonRender_progressiveBlur(host, line, softness, 1.0f, 0.0f, 1.0f, 0, &plane, false,
-                                     kSoftnessUniformAlpha, false);
+        CommonRender_progressiveBlur(host, line, softness, 1.0f, 0.0f, 1.0f, kFadeLinear, &plane,
+                                     false, kSoftnessUniformAlpha, false);
     }
     addNoiseAlpha<P, C, V>(raster, plane, alpha, amount);
     return 0;
@@ -57,14 +57,14 @@ int AddNoise_RGBA(P p, C c, A acc, V v, F f, PluginHost_API* host,
         return 1;
     }
     // One float a pixel; the record only carries the plane to the blur.
-    PluginHost_API::RasterInfo plane = packedRasterInfo(memory, PluginRasterFormat(9), W, H, 4);
+    PluginHost_API::RasterInfo plane = packedRasterInfo(memory, RF_ARGB32, W, H, 4);
 
     float* u = static_cast<float*>(memory);
     for (long i = 0, n = long(W) * H; i < n; ++i) u[i] = noiseUniform();
     if (MACRO_NOT_NEARLY_EQUAL(softness, 0.0) != 0.0) {
         TX_Line2D line(0.0, 0.0, 1.0, 1.0, false);
-        CommonRender_progressiveBlur(host, line, softness, 1.0f, 0.0f, 1.0f, 0, &plane, true,
-                                     kSoftnessUniform, true);
+        CommonRender_progressiveBlur(host, line, softness, 1.0f, 0.0f, 1.0f, kFadeLinear, &plane,
+                                     true, kSoftnessUniform, true);
     }
     addNoisePlane<P, C, V>(raster, u, amount);
     host->unlockMemory(handle);

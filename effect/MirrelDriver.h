@@ -49,18 +49,18 @@ inline MirrelShutter mirrelShutter(PluginHost_API* host, RenderArguments const& 
     s.timeStep = host->getTimeStep();
     long const now = host->getCurrentTime();
     s.timeScale = host->getTimeScale();
-    if (hostShutter && motion == 2) {
+    if (hostShutter && motion == kMotionBlurHostShutter) {
         shutter = float(host->getShutterAngle());
         phase = float(host->getShutterPhase());
     }
     long const opened = saturatingCast<long>(s.timeStep * phase + now);
-    if (motion != 0 && shutter != 0.0 && count > 1) {
+    if (motion != kMotionBlurOff && shutter != 0.0 && count > 1) {
         s.multiSampling = true;
         s.count = count;
         s.step = s.timeStep * shutter / count;
         s.first = opened;
     } else {
-        s.first = motion != 0 ? opened : now;
+        s.first = motion != kMotionBlurOff ? opened : now;
     }
     return s;
 }

@@ -47,6 +47,9 @@ enum ParamId : int {
 
 // Entries of the menus the code acts on, by index.
 enum LightEntry : int { kFrontlit = 0, kBacklit = 1 };
+// "Motion Blur" as read back: the menu's two entries, and 2, which a host with a shutter of its
+// own may answer to have that shutter used.
+enum MotionBlurEntry : int { kMotionBlurOff = 0, kMotionBlurOn = 1, kMotionBlurHostShutter = 2 };
 enum TransferModeEntry : int {
     kModeNone = 0,
     kModeBasedOnLight = 1,
