@@ -22,6 +22,7 @@ struct ParamRecord {
     Range limits = {}, slider = {}; // numbers and angles; an angle has no slider
     double delta = 0.0;             // the slider's step
     char const* entries = "";       // a menu's entries, '|' between them
+    char const* unit = "";          // what an editor shows after the number
     int index = -1;                 // the parameter's number on other host families; -1 not read so
     double RenderArguments::*number[3] = {}; // fields of a number, angle, point or colour
     int RenderArguments::*whole = nullptr;   // the field of a menu or whole number
@@ -45,90 +46,55 @@ struct Index {
     int value;
 };
 
+// One maker a kind, so that a row names only what its kind has.
+// clang-format off
 constexpr ParamRecord group(ParamId id, char const* label, FxParameterFlags flags) {
     return {.id = id, .kind = K::Group, .label = label, .flags = flags};
 }
 constexpr ParamRecord popup(ParamId id, char const* label, int def, char const* entries,
                             FxParameterFlags flags, int A::*field) {
-    return {.id = id,
-            .kind = K::Popup,
-            .label = label,
-            .flags = flags,
-            .value = {double(def)},
-            .entries = entries,
-            .whole = field};
+    return {.id = id, .kind = K::Popup, .label = label, .flags = flags, .value = {double(def)},
+            .entries = entries, .whole = field};
 }
 constexpr ParamRecord toggle(ParamId id, char const* label, bool def, FxParameterFlags flags,
                              bool A::*field) {
-    return {.id = id,
-            .kind = K::Toggle,
-            .label = label,
-            .flags = flags,
-            .value = {double(def)},
+    return {.id = id, .kind = K::Toggle, .label = label, .flags = flags, .value = {double(def)},
             .toggle = field};
 }
 constexpr ParamRecord number(ParamId id, char const* label, double def, R limits, R slider,
                              double delta, FxParameterFlags flags, double A::*field,
                              Index index = {-1}) {
-    return {.id = id,
-            .kind = K::Float,
-            .label = label,
-            .flags = flags,
-            .value = {def},
-            .limits = limits,
-            .slider = slider,
-            .delta = delta,
-            .index = index.value,
+    return {.id = id, .kind = K::Float, .label = label, .flags = flags, .value = {def},
+            .limits = limits, .slider = slider, .delta = delta, .index = index.value,
             .number = {field}};
 }
 constexpr ParamRecord whole(ParamId id, char const* label, int def, R limits, R slider, int delta,
                             FxParameterFlags flags, int A::*field) {
-    return {.id = id,
-            .kind = K::Int,
-            .label = label,
-            .flags = flags,
-            .value = {double(def)},
-            .limits = limits,
-            .slider = slider,
-            .delta = double(delta),
-            .whole = field};
+    return {.id = id, .kind = K::Int, .label = label, .flags = flags, .value = {double(def)},
+            .limits = limits, .slider = slider, .delta = double(delta), .whole = field};
 }
 // Degrees here; the host keeps radians.
 constexpr ParamRecord angle(ParamId id, char const* label, double def, R limits,
                             FxParameterFlags flags, double A::*field, Index index) {
-    return {.id = id,
-            .kind = K::Angle,
-            .label = label,
-            .flags = flags,
-            .value = {def},
-            .limits = limits,
-            .index = index.value,
-            .number = {field}};
+    return {.id = id, .kind = K::Angle, .label = label, .flags = flags, .value = {def},
+            .limits = limits, .unit = "°", .index = index.value, .number = {field}};
 }
 constexpr ParamRecord point(ParamId id, char const* label, double x, double y,
                             FxParameterFlags flags, double A::*fx, double A::*fy,
                             Index index = {-1}) {
-    return {.id = id,
-            .kind = K::Point,
-            .label = label,
-            .flags = flags,
-            .value = {x, y},
-            .index = index.value,
-            .number = {fx, fy}};
+    return {.id = id, .kind = K::Point, .label = label, .flags = flags, .value = {x, y},
+            .index = index.value, .number = {fx, fy}};
 }
 constexpr ParamRecord color(ParamId id, char const* label, double r, double g, double b,
                             FxParameterFlags flags, double A::*fr, double A::*fg, double A::*fb) {
-    return {.id = id,
-            .kind = K::Color,
-            .label = label,
-            .flags = flags,
-            .value = {r, g, b},
+    return {.id = id, .kind = K::Color, .label = label, .flags = flags, .value = {r, g, b},
             .number = {fr, fg, fb}};
 }
+constexpr ParamRecord percent(ParamRecord r) { r.unit = "%"; return r; }
+constexpr ParamRecord degrees(ParamRecord r) { r.unit = "°"; return r; }
 
 // In declaration order, which is the display order and the order of reading. Each parameter
 // stands in the group above it.
-// clang-format off
 inline constexpr ParamRecord kRows[] = {
     group(kGroup3DTransform, "3D Transform", kDontSave),
     popup(kLight, "Light", kBacklit, "Frontlit|Backlit", kDontSave | kNoKeys, &A::light),
@@ -145,15 +111,15 @@ inline constexpr ParamRecord kRows[] = {
     toggle(kBend, "Bend", false, kDontSave | kNoKeys, &A::bend),
     angle(kBendAngle, "Bend Angle", 45.0, {0.0, 100.0}, kDontSave | kOff, &A::bendAngle,
           Index{11}),
-    number(kBendStart, "Bend Start", 50.0, {0.0, 100.0}, {0.0, 100.0}, 1.0,
-           kDontSave | kClosed | kOff, &A::bendStart, Index{12}),
+    percent(number(kBendStart, "Bend Start", 50.0, {0.0, 100.0}, {0.0, 100.0}, 1.0,
+                   kDontSave | kClosed | kOff, &A::bendStart, Index{12})),
     number(kBendStretch, "Bend Stretch", 1.0, {0.0, 20.0}, {0.0, 5.0}, 1.0,
            kDontSave | kClosed | kOff, &A::bendStretch, Index{13}),
     popup(kSeamStyle, "Seam Style", 1, "Constant|Linear|Square|Inverse Square", kDontSave | kOff,
           &A::seamStyle),
     popup(kSeamSize, "Seam Size", 1, "None|Small|Medium|Large", kDontSave | kOff, &A::seamSize),
-    number(kSeamIntensity, "Seam Intensity", 50.0, {-100.0, 100.0}, {-100.0, 100.0}, 1.0,
-           kDontSave | kClosed | kOff, &A::seamIntensity, Index{16}),
+    percent(number(kSeamIntensity, "Seam Intensity", 50.0, {-100.0, 100.0}, {-100.0, 100.0},
+                   1.0, kDontSave | kClosed | kOff, &A::seamIntensity, Index{16})),
     color(kSeamColor, "Seam Color", 0.0, 0.0, 0.0, kDontSave | kOff,
           &A::seamRed, &A::seamGreen, &A::seamBlue),
 
@@ -180,10 +146,10 @@ inline constexpr ParamRecord kRows[] = {
 
     group(kGroupMotionBlur, "Motion Blur", kDontSave | kClosed),
     popup(kMotionBlur, "Motion Blur", 0, "Off|On", kDontSave | kNoKeys, &A::motionBlur),
-    number(kShutterAngle, "Shutter Angle", 360.0, {0.0, 720.0}, {0.0, 360.0}, 1.0,
-           kDontSave | kClosed | kOff | kNoKeys, &A::shutterAngle),
-    number(kShutterPhase, "Shutter Phase", 0.0, {-360.0, 360.0}, {-360.0, 360.0}, 1.0,
-           kDontSave | kClosed | kOff | kNoKeys, &A::shutterPhase),
+    degrees(number(kShutterAngle, "Shutter Angle", 360.0, {0.0, 720.0}, {0.0, 360.0}, 1.0,
+                   kDontSave | kClosed | kOff | kNoKeys, &A::shutterAngle)),
+    degrees(number(kShutterPhase, "Shutter Phase", 0.0, {-360.0, 360.0}, {-360.0, 360.0}, 1.0,
+                   kDontSave | kClosed | kOff | kNoKeys, &A::shutterPhase)),
     number(kSamples, "Samples", 8.0, {1.0, 64.0}, {1.0, 32.0}, 1.0, kDontSave | kClosed,
            &A::samples),
 
@@ -193,14 +159,14 @@ inline constexpr ParamRecord kRows[] = {
            Index{40}),
     whole(kRandomSeed, "Random Seed", 0, {0, 65535}, {0, 65535}, 0,
           kDontSave | kClosed | kNoKeys, &A::randomSeed),
-    number(kFadeNoise, "Fade Noise", 0.0, {0.0, 100.0}, {0.0, 100.0}, 1.0, kDontSave | kClosed,
-           &A::fadeNoise, Index{42}),
+    percent(number(kFadeNoise, "Fade Noise", 0.0, {0.0, 100.0}, {0.0, 100.0}, 1.0,
+                   kDontSave | kClosed, &A::fadeNoise, Index{42})),
     number(kPostSoftness, "Post Softness", 1.0, {0.0, 10.0}, {0.0, 10.0}, 0.5, kClosed,
            &A::postSoftness),
-    number(kSourceOpacity, "Source Opacity", 100.0, {0.0, 100.0}, {0.0, 100.0}, 1.0, kClosed,
-           &A::sourceOpacity),
-    number(kMirrelOpacity, "Mirrel Opacity", 100.0, {0.0, 100.0}, {0.0, 100.0}, 1.0, kClosed,
-           &A::mirrorOpacity),
+    percent(number(kSourceOpacity, "Source Opacity", 100.0, {0.0, 100.0}, {0.0, 100.0}, 1.0,
+                   kClosed, &A::sourceOpacity)),
+    percent(number(kMirrelOpacity, "Mirrel Opacity", 100.0, {0.0, 100.0}, {0.0, 100.0}, 1.0,
+                   kClosed, &A::mirrorOpacity)),
     popup(kTransferMode, "Transfer Mode", kModeBasedOnLight,
           "None|Based on Light|Behind|Normal|Add|Multiply|Screen|Overlay|Soft Light|Hard Light|"
           "Color Dodge|Color Burn|Darken|Lighten|Difference|Exclusion|Hue|Saturation|Color|"
