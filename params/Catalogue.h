@@ -23,7 +23,7 @@ struct ParamRecord {
     double delta = 0.0;             // the slider's step
     char const* entries = "";       // a menu's entries, '|' between them
     char const* unit = "";          // what an editor shows after the number
-    int index = -1;                 // the parameter's number on other host families; -1 not read so
+    int index = -1;                 // its number on other host families; -1 where none is used
     double RenderArguments::*number[3] = {}; // fields of a number, angle, point or colour
     int RenderArguments::*whole = nullptr;   // the field of a menu or whole number
     bool RenderArguments::*toggle = nullptr; // the field of a toggle
