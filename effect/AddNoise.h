@@ -45,7 +45,7 @@ template <class P, class C, class A, class V, class F>
 int AddNoise_RGBA(P p, C c, A acc, V v, F f, PluginHost_API* host,
                   PluginHost_API::RasterInfo& raster, float amount, float softness,
                   PluginRaster_API::PixelType type) {
-    if (host->getFXPLUGHost() || host->getAVX2Host() || host->isApplication(0x50724D72))
+    if (host->getFXPLUGHost() || host->getAVX2Host() || host->isApplication(fourCC("PrMr")))
         return AddNoise_RGBA_Int(p, c, acc, v, f, host, raster, amount, softness, type);
 
     int const W = raster.width, H = raster.height;

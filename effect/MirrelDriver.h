@@ -45,7 +45,7 @@ inline MirrelShutter mirrelShutter(PluginHost_API* host, RenderArguments const& 
     double phase = args.shutterPhase / 360.0;
     int count = saturatingCast(args.samples + 0.5);
     int const motion = GetMBlurValue(host);
-    bool const hostShutter = host->getAEHost() && host->isApplication(0x46585443); // "FXTC"
+    bool const hostShutter = host->getAEHost() && host->isApplication(fourCC("FXTC"));
     s.timeStep = host->getTimeStep();
     long const now = host->getCurrentTime();
     s.timeScale = host->getTimeScale();
