@@ -17,16 +17,13 @@ TEST(FxPlugCatalogue, IdsLabelsAndKindsOfSavedProjectsStayInOrder) {
     std::string got;
     int group = -1;
     for (auto const& p : params) {
-        if (p.kind == ParameterStore::Kind::Group)
-            group = int(&p - params.data());
-        else
-            EXPECT_EQ(p.groupIndex, group) << p.name;
-        got += (got.empty() ? "" : ";") + std::to_string(p.id) + "GPBFIAXC"[int(p.kind)] + p.name;
-        for (std::string const& entry : p.entries)
-            got += (&entry == &p.entries[0] ? ":" : ",") + entry;
+        if (p.kind == ParameterStore::Kind::Group) group = int(&p - params.data());
+        EXPECT_EQ(p.groupIndex, &p - params.data() == group ? -1 : group) << p.name;
+        got += ";" + std::to_string(p.id) + "GPBFIAXC"[int(p.kind)] + p.name;
+        for (size_t i = 0; i < p.entries.size(); ++i) got += (i ? "," : ":") + p.entries[i];
     }
     EXPECT_EQ(got,
-              "176G3D Transform;174PLight:Frontlit,Backlit;5XBaseline Start;6XBaseline End;"
+              ";176G3D Transform;174PLight:Frontlit,Backlit;5XBaseline Start;6XBaseline End;"
               "7XHeight and Slant;164CWireframe Color;"
               "181GBend;170BBend;171ABend Angle;172FBend Start;180FBend Stretch;"
               "183PSeam Style:Constant,Linear,Square,Inverse Square;"
