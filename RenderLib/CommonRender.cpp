@@ -1,6 +1,7 @@
 #include "RenderLib/CommonRender.h"
 
 #include "host/RasterOps.h"
+#include "pixel/FormatDispatch.h"
 
 #include <cmath>
 
@@ -168,6 +169,17 @@ int calcMatrix(TX_Mtrx44& m, CoreRenderArguments& args, RenderSettings& s, int w
     return 0;
 }
 
+namespace {
+using CoreTransformRender = int(PluginHost_API*, CoreRenderArguments&,
+                                const PluginHost_API::RasterInfo&,
+                                const PluginHost_API::RasterInfo&, bool, bool, RenderSettings*,
+                                bool, bool);
+#define MIRREL_CORE_INSTANCE(NAME) {RF_##NAME, CommonRender_##NAME##_CoreTransformRender},
+constexpr FormatInstance<CoreTransformRender> _instances[] = {
+    MIRREL_LIBRARY_FORMATS(MIRREL_CORE_INSTANCE)};
+#undef MIRREL_CORE_INSTANCE
+} // namespace
+
 int CommonRender_CoreTransformRender(PluginHost_API* host, CoreRenderArguments& args,
                                      const PluginHost_API::RasterInfo& source,
                                      const PluginHost_API::RasterInfo& destination, bool clearDest,
@@ -175,25 +187,6 @@ int CommonRender_CoreTransformRender(PluginHost_API* host, CoreRenderArguments& 
                                      bool edgeCoverage, bool fillPolygon) {
     PluginHost_API::RasterInfo output;
     host->getOutputRasterInfo(&output);
-#define MIRREL_DISPATCH(VALUE, FMT)                                                                \
-    case VALUE:                                                                                    \
-        return CommonRender_##FMT##_CoreTransformRender(host, args, source, destination,           \
-                                                        clearDest, singleChannel, settings,        \
-                                                        edgeCoverage, fillPolygon);
-    switch (int(output.format)) {
-        MIRREL_DISPATCH(0, ARGB8)
-        MIRREL_DISPATCH(1, BGRA8)
-        MIRREL_DISPATCH(2, RGBA8)
-        MIRREL_DISPATCH(3, ARGB15)
-        MIRREL_DISPATCH(5, ARGB14)
-        MIRREL_DISPATCH(6, BGRA14)
-        MIRREL_DISPATCH(7, ARGB16)
-        MIRREL_DISPATCH(8, RGBA16)
-        MIRREL_DISPATCH(9, ARGB32)
-        MIRREL_DISPATCH(10, RGBA32)
-        MIRREL_DISPATCH(11, BGRA32)
-    default:
-        return 1;
-    }
-#undef MIRREL_DISPATCH
+    return dispatchFormat(_instances, output.format, 1, host, args, source, destination, clearDest,
+                          singleChannel, settings, edgeCoverage, fillPolygon);
 }

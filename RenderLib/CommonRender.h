@@ -5,6 +5,7 @@
 #include "RenderLib/TransformRecords.h"
 #include "Transform/Common/TX_Mtrx44.h"
 #include "host/PluginHost_API.h"
+#include "pixel/FormatDispatch.h"
 
 // Scratch raster memory through the host: allocMemory(byteCount), then lockMemory. Returns the
 // memory handle (to unlock and free later), or null when either step fails. The pixel type is
@@ -36,16 +37,6 @@ int CommonRender_CoreTransformRender(PluginHost_API* host, CoreRenderArguments& 
         const PluginHost_API::RasterInfo& destination, bool clearDest, bool singleChannel,         \
         RenderSettings* settings, bool edgeCoverage, bool fillPolygon);
 
-MIRREL_DECLARE_CORE_TRANSFORM_RENDER(ARGB8)
-MIRREL_DECLARE_CORE_TRANSFORM_RENDER(BGRA8)
-MIRREL_DECLARE_CORE_TRANSFORM_RENDER(RGBA8)
-MIRREL_DECLARE_CORE_TRANSFORM_RENDER(ARGB14)
-MIRREL_DECLARE_CORE_TRANSFORM_RENDER(BGRA14)
-MIRREL_DECLARE_CORE_TRANSFORM_RENDER(ARGB15)
-MIRREL_DECLARE_CORE_TRANSFORM_RENDER(ARGB16)
-MIRREL_DECLARE_CORE_TRANSFORM_RENDER(RGBA16)
-MIRREL_DECLARE_CORE_TRANSFORM_RENDER(ARGB32)
-MIRREL_DECLARE_CORE_TRANSFORM_RENDER(RGBA32)
-MIRREL_DECLARE_CORE_TRANSFORM_RENDER(BGRA32)
+MIRREL_LIBRARY_FORMATS(MIRREL_DECLARE_CORE_TRANSFORM_RENDER)
 
 #undef MIRREL_DECLARE_CORE_TRANSFORM_RENDER

@@ -2,12 +2,13 @@
 #include "RenderLib/SoftnessMode.h"
 #include "Transform/Common/TX_Line2D.h"
 #include "host/PluginHost_API.h"
+#include "pixel/FormatDispatch.h"
 
-// The one door to all blur and to the fade. mode: 0 "Simple" and 2 "Progressive Linear" fade,
-// then blur with a radius that falls linearly from row 0 to the last row; 3 "Progressive
-// Square" the same with a square ramp; 1 "Mip Map" fades, then mixes a pyramid of blurred levels
-// by the distance from `line`; -1 and -2 blur uniformly all channels or only alpha, without
-// fade; -10 and -11 blur columns or rows with a radius running from `radius` to `aspect`.
+// The one door to all blur and to the fade, by SoftnessMode: Simple and ProgressiveLinear fade,
+// then blur with a radius that falls linearly from row 0 to the last row; ProgressiveSquare the
+// same with a square ramp; MipMap fades, then mixes a pyramid of blurred levels by the distance
+// from `line`; Uniform and UniformAlpha blur all channels or only alpha, without fade;
+// ColumnRamp and RowRamp blur columns or rows with a radius running from `radius` to `aspect`.
 // alphaOnly: the picture holds one channel value a pixel. forceFloat: treat the picture as
 // ARGB float whatever the output's format. 0 on success, 1 on failure.
 int CommonRender_progressiveBlur(PluginHost_API* host, TX_Line2D& line, float radius, float aspect,
@@ -20,14 +21,6 @@ int CommonRender_progressiveBlur(PluginHost_API* host, TX_Line2D& line, float ra
                                               float aspect, float fadeStart, float fadeLength,     \
                                               int fadeType, PluginHost_API::RasterInfo* raster,    \
                                               bool alphaOnly, int mode)
-MIRREL_PROGRESSIVE_BLUR(ARGB8);
-MIRREL_PROGRESSIVE_BLUR(BGRA8);
-MIRREL_PROGRESSIVE_BLUR(RGBA8);
-MIRREL_PROGRESSIVE_BLUR(ARGB14);
-MIRREL_PROGRESSIVE_BLUR(BGRA14);
-MIRREL_PROGRESSIVE_BLUR(ARGB15);
-MIRREL_PROGRESSIVE_BLUR(ARGB16);
-MIRREL_PROGRESSIVE_BLUR(RGBA16);
-MIRREL_PROGRESSIVE_BLUR(ARGB32);
-MIRREL_PROGRESSIVE_BLUR(BGRA32);
-MIRREL_PROGRESSIVE_BLUR(RGBA32);
+#define MIRREL_DECLARE_PROGRESSIVE_BLUR(NAME) MIRREL_PROGRESSIVE_BLUR(NAME);
+MIRREL_LIBRARY_FORMATS(MIRREL_DECLARE_PROGRESSIVE_BLUR)
+#undef MIRREL_DECLARE_PROGRESSIVE_BLUR

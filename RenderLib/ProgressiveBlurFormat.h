@@ -100,9 +100,9 @@ void fadeRows(PluginRasterInfo& raster, float fadeStart, float fadeLength, int f
         }
         if (std::fabs(double(e - s)) < 1e-5) continue;
         float f = 1.0f - (t - s) / (e - s);
-        if (fadeType == 1)
+        if (fadeType == kFadeSquare)
             f = f * f;
-        else if (fadeType == 2)
+        else if (fadeType == kFadeInverseSquare)
             f = std::sqrt(f);
         scaleRow(row, values, f);
     }

@@ -8,8 +8,12 @@ enum SoftnessMode : int {
     kSoftnessMipMap = 1,
     kSoftnessProgressiveLinear = 2,
     kSoftnessProgressiveSquare = 3,
-    kSoftnessUniform = -1,      // every channel, no fade
-    kSoftnessUniformAlpha = -2, // the alpha of a four-channel picture, no fade
-    kSoftnessColumnRamp = -10,  // columns only, radius from the left edge to the right
-    kSoftnessRowRamp = -11,     // rows only, radius from the top to the bottom
+    kSoftnessProgressiveInverseSquare = 4, // the tent passes know it; no stage asks for it
+    kSoftnessUniform = -1,                 // every channel, no fade
+    kSoftnessUniformAlpha = -2,            // the alpha of a four-channel picture, no fade
+    kSoftnessColumnRamp = -10,             // columns only, radius from the left edge to the right
+    kSoftnessRowRamp = -11,                // rows only, radius from the top to the bottom
 };
+
+// How the fade falls with distance: the entries of "Fade Type".
+enum FadeType : int { kFadeLinear = 0, kFadeSquare = 1, kFadeInverseSquare = 2 };

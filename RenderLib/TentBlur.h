@@ -140,9 +140,9 @@ inline bool passCopies(int limitedRadius, bool vertical, int mode) {
 inline int passLineRadius(int radius, int n, int lines, bool progressive, int mode) {
     if (!progressive) return radius;
     float t = 1.0f - float(n) / float(lines - 1);
-    if (mode == 3) {
+    if (mode == kSoftnessProgressiveSquare) {
         t = t * t;
-    } else if (mode == 4) {
+    } else if (mode == kSoftnessProgressiveInverseSquare) {
         // The inverted test is kept; at the last line t * t is 0, whose reciprocal is infinite,
         // so the radius saturates and the limit holds it to the line.
         float const tt = t * t;

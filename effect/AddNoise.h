@@ -26,8 +26,8 @@ void addNoiseInAlpha(PluginHost_API* host, PluginRasterInfo& raster, PluginRaste
     fillNoiseAlpha<P, C, V>(plane, alpha);
     if (MACRO_NOT_NEARLY_EQUAL(softness, 0.0) != 0.0) {
         TX_Line2D line(0.0, 0.0, 1.0, 1.0, false);
-        CommonRender_progressiveBlur(host, line, softness, 1.0f, 0.0f, 1.0f, 0, &plane, false,
-                                     kSoftnessUniformAlpha, false);
+        CommonRender_progressiveBlur(host, line, softness, 1.0f, 0.0f, 1.0f, kFadeLinear, &plane,
+                                     false, kSoftnessUniformAlpha, false);
     }
     addNoiseAlpha<P, C, V>(raster, plane, alpha, amount);
 }
@@ -135,7 +135,7 @@ template <class P, class C, class A, class V, class F>
 int AddNoise_RGBA(P p, C c, A acc, V v, F f, PluginHost_API* host,
                   PluginHost_API::RasterInfo& raster, float amount, float softness,
                   PluginRaster_API::PixelType type) {
-    if (host->getFXPLUGHost() || host->getAVX2Host() || host->isApplication(0x50724D72))
+    if (host->getFXPLUGHost() || host->getAVX2Host() || host->isApplication(fourCC("PrMr")))
         return AddNoise_RGBA_Int(p, c, acc, v, f, host, raster, amount, softness, type);
 
     int const W = raster.width, H = raster.height;
@@ -147,14 +147,14 @@ int AddNoise_RGBA(P p, C c, A acc, V v, F f, PluginHost_API* host,
         return 1;
     }
     // One float a pixel; the record only carries the plane to the blur.
-    PluginHost_API::RasterInfo plane = packedRasterInfo(memory, PluginRasterFormat(9), W, H, 4);
+    PluginHost_API::RasterInfo plane = packedRasterInfo(memory, RF_ARGB32, W, H, 4);
 
     float* u = static_cast<float*>(memory);
     for (long i = 0, n = long(W) * H; i < n; ++i) u[i] = noiseUniform();
     if (MACRO_NOT_NEARLY_EQUAL(softness, 0.0) != 0.0) {
         TX_Line2D line(0.0, 0.0, 1.0, 1.0, false);
-        CommonRender_progressiveBlur(host, line, softness, 1.0f, 0.0f, 1.0f, 0, &plane, true,
-                                     kSoftnessUniform, true);
+        CommonRender_progressiveBlur(host, line, softness, 1.0f, 0.0f, 1.0f, kFadeLinear, &plane,
+                                     true, kSoftnessUniform, true);
     }
     addNoisePlane<P, C, V>(raster, u, amount);
     host->unlockMemory(handle);

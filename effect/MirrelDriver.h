@@ -6,7 +6,7 @@
 #include "effect/ScratchMemory.h"
 #include "host/PluginHost_API.h"
 #include "host/SaturatingCast.h"
-#include "params/ParamIds.h"
+#include "params/Catalogue.h"
 #include "params/RenderArguments.h"
 #include "pixel/Alpha.h"
 #include "pixel/BlendRun.h"
@@ -45,22 +45,22 @@ inline MirrelShutter mirrelShutter(PluginHost_API* host, RenderArguments const& 
     double phase = args.shutterPhase / 360.0;
     int count = saturatingCast(args.samples + 0.5);
     int const motion = GetMBlurValue(host);
-    bool const hostShutter = host->getAEHost() && host->isApplication(0x46585443); // "FXTC"
+    bool const hostShutter = host->getAEHost() && host->isApplication(fourCC("FXTC"));
     s.timeStep = host->getTimeStep();
     long const now = host->getCurrentTime();
     s.timeScale = host->getTimeScale();
-    if (hostShutter && motion == 2) {
+    if (hostShutter && motion == kMotionBlurHostShutter) {
         shutter = float(host->getShutterAngle());
         phase = float(host->getShutterPhase());
     }
     long const opened = saturatingCast<long>(s.timeStep * phase + now);
-    if (motion != 0 && shutter != 0.0 && count > 1) {
+    if (motion != kMotionBlurOff && shutter != 0.0 && count > 1) {
         s.multiSampling = true;
         s.count = count;
         s.step = s.timeStep * shutter / count;
         s.first = opened;
     } else {
-        s.first = motion != 0 ? opened : now;
+        s.first = motion != kMotionBlurOff ? opened : now;
     }
     return s;
 }
@@ -83,25 +83,28 @@ struct MirrelWorking {
 
 inline void readWorkingAt(PluginHost_API* host, PluginHost_API::TimeObject const& t,
                           MirrelWorking& w, int softnessType, double scale) {
+    auto number = [&](ParamId id, double& v) { host->GetFloatValue(paramIndex(id), id, t, v); };
+    auto point = [&](ParamId id, double& x, double& y) {
+        host->GetPoint2DValue(paramIndex(id), id, t, x, y);
+    };
     // Read and dropped: the quads take zoom and translate from the frame's record.
     double zoom = 0;
-    host->GetFixedFloatValue(kIndexZoom, kZoom, t, zoom);
-    host->GetPoint2DValue(kIndexBaselineStart, kBaselineStart, t, w.handles.startX,
-                          w.handles.startY);
-    host->GetPoint2DValue(kIndexBaselineEnd, kBaselineEnd, t, w.handles.endX, w.handles.endY);
-    host->GetPoint2DValue(kIndexHeightSlant, kHeightSlant, t, w.handles.slantX, w.handles.slantY);
-    host->GetFloatValue(kIndexFadeLength, kFadeLength, t, w.fadeLength);
-    host->GetFloatValue(kIndexFadeStart, kFadeStart, t, w.fadeStart);
-    host->GetFloatValue(kIndexSoftness, kSoftness, t, w.softness);
+    host->GetFixedFloatValue(paramIndex(kZoom), kZoom, t, zoom);
+    point(kBaselineStart, w.handles.startX, w.handles.startY);
+    point(kBaselineEnd, w.handles.endX, w.handles.endY);
+    point(kHeightSlant, w.handles.slantX, w.handles.slantY);
+    number(kFadeLength, w.fadeLength);
+    number(kFadeStart, w.fadeStart);
+    number(kSoftness, w.softness);
     w.softness = MirrelWorking::scaledSoftness(w.softness, softnessType, scale);
-    host->GetFloatValue(kIndexGamma, kGamma, t, w.gamma);
-    host->GetFloatValue(kIndexBrightness, kBrightness, t, w.brightness);
-    host->GetFloatValue(kIndexFadeNoise, kFadeNoise, t, w.fadeNoise);
-    host->GetFloatValue(kIndexSoftnessAspect, kSoftnessAspect, t, w.softnessAspect);
-    host->GetAngleValue(kIndexBendAngle, kBendAngle, t, w.bendAngle);
-    host->GetFloatValue(kIndexBendStart, kBendStart, t, w.bendStart);
-    host->GetFloatValue(kIndexBendStretch, kBendStretch, t, w.bendStretch);
-    host->GetFloatValue(kIndexSeamIntensity, kSeamIntensity, t, w.seamIntensity);
+    number(kGamma, w.gamma);
+    number(kBrightness, w.brightness);
+    number(kFadeNoise, w.fadeNoise);
+    number(kSoftnessAspect, w.softnessAspect);
+    host->GetAngleValue(paramIndex(kBendAngle), kBendAngle, t, w.bendAngle);
+    number(kBendStart, w.bendStart);
+    number(kBendStretch, w.bendStretch);
+    number(kSeamIntensity, w.seamIntensity);
 }
 
 // The mirror pipeline after the trivial exits: alpha in, scratch images, the motion-blur

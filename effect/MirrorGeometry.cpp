@@ -6,6 +6,7 @@
 #include "Transform/Common/TX_Mtrx44.h"
 #include "host/Angles.h"
 #include "host/PluginHost_API.h"
+#include "params/ParamIds.h"
 #include "params/RenderArguments.h"
 
 #include <cmath>
@@ -185,7 +186,7 @@ TX_Line2D loadMirrorQuads(PluginHost_API* host, MirrorHandles h, RenderArguments
     generateRotatePoints(float(h.slantX), float(h.slantY), float(h.startX), float(h.startY),
                          float(h.endX), float(h.endY), float(W), float(H), float(args.translateX),
                          float(args.translateY), float(args.zoom), xs, ys, float(0.25 * sizeFactor),
-                         args.light == 1);
+                         args.light == kBacklit);
     int const dest[4] = {3, 7, 2, 6}, src[4] = {4, 0, 5, 1};
     for (int i = 0; i < 4; ++i) {
         core.destQuad[i][0] = xs[dest[i]] / (W - 1);

@@ -14,10 +14,6 @@
 
 namespace {
 
-constexpr long fourCC(char const (&c)[5]) {
-    return long(c[0]) << 24 | long(c[1]) << 16 | long(c[2]) << 8 | long(c[3]);
-}
-
 // Host bitmaps reach the core only through a raster object of this family, built here on the
 // stack when an operation starts from a bitmap.
 FXPLUGRaster pairOf(FxBitmap* bitmap) {

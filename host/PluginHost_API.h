@@ -8,6 +8,11 @@
 
 struct TX_FloatMatrix;
 
+// An application's four-character code, as isApplication takes it.
+constexpr long fourCC(char const (&c)[5]) {
+    return long(c[0]) << 24 | long(c[1]) << 16 | long(c[2]) << 8 | long(c[3]);
+}
+
 // The abstract host of one frame. Every parameter operation takes the parameter's index in the
 // generic numbering of other host families, then its catalogue id.
 class PluginHost_API {
@@ -102,6 +107,7 @@ class PluginHost_API {
     virtual int getTimeStep() = 0;
     virtual int getFrameLength() = 0;
     virtual int getLocalTimeStep() = 0;
+    // `code` is an application's four-character code, as fourCC("FXTC") makes it.
     virtual bool isApplication(long code) = 0;
     virtual void* getUserData() { return m_userData; }
     virtual void* setUserData(void* data) {

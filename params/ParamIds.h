@@ -1,6 +1,7 @@
 #pragma once
 
-// Parameter ids: the identity of each parameter towards the host and its saved projects.
+// Parameter ids: the identity of each parameter towards the host and its saved projects. The
+// rest of what the host is told of each is its row in params/Catalogue.h.
 enum ParamId : int {
     kGroup3DTransform = 176,
     kLight = 174,
@@ -44,29 +45,11 @@ enum ParamId : int {
     kTransferMode = 9,
 };
 
-// The index of a parameter in the generic numbering of other host families, passed beside the
-// id in the host's parameter operations (FxPlug hosts use the id alone). Only the parameters read
-// again at each motion-blur sample have one in use.
-enum ParamIndex : int {
-    kIndexBaselineStart = 4,
-    kIndexBaselineEnd = 5,
-    kIndexHeightSlant = 6,
-    kIndexBendAngle = 11,
-    kIndexBendStart = 12,
-    kIndexBendStretch = 13,
-    kIndexSeamIntensity = 16,
-    kIndexSoftness = 20,
-    kIndexSoftnessAspect = 21,
-    kIndexFadeStart = 23,
-    kIndexFadeLength = 24,
-    kIndexZoom = 29,
-    kIndexGamma = 39,
-    kIndexBrightness = 40,
-    kIndexFadeNoise = 42,
-};
-
 // Entries of the menus the code acts on, by index.
 enum LightEntry : int { kFrontlit = 0, kBacklit = 1 };
+// "Motion Blur" as read back: the menu's two entries, and 2, which a host with a shutter of its
+// own may answer to have that shutter used.
+enum MotionBlurEntry : int { kMotionBlurOff = 0, kMotionBlurOn = 1, kMotionBlurHostShutter = 2 };
 enum TransferModeEntry : int {
     kModeNone = 0,
     kModeBasedOnLight = 1,

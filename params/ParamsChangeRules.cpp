@@ -14,7 +14,7 @@ void ParamsChangeRules(PluginUpdate_Impl& update, unsigned long id) {
         unsigned blur = 0;
         update.GetUIntValue(kMotionBlur, blur);
         for (int governed : {kShutterAngle, kShutterPhase, kSamples})
-            update.setEnableLayout(governed, blur != 0);
+            update.setEnableLayout(governed, blur != kMotionBlurOff);
     } else if (id == kBend) {
         bool bend = false;
         update.GetBoolValue(kBend, bend);

@@ -8,25 +8,35 @@
 
 namespace {
 
-// The ids, kinds and order are what saved projects refer to; they never change.
-TEST(FxPlugCatalogue, IdsAndKindsOfSavedProjectsStayInOrder) {
+// Saved projects refer to the ids, presets and editors to the labels and menu entries: none of
+// them ever changes. Kinds by letter: Group Popup Bool(toggle) Float Int Angle X(point) Colour.
+TEST(FxPlugCatalogue, IdsLabelsAndKindsOfSavedProjectsStayInOrder) {
     InProcessHost host(InProcessFamily::FinalCutPro);
     ASSERT_TRUE(host.load(MirrelBundle()));
-    // Kinds by letter: Group Popup Bool(toggle) Float Int Angle X(point) Colour.
-    std::string const kinds = "GPXXXC|GBAFFPPFC|GFFPFFP|GPFX|GPFFF|GFFIFFFFP|";
-    std::vector<unsigned> const ids = {176, 174, 5,    6,   7,    164,  181, 170, 171, 172,
-                                       180, 183, 184,  185, 188,  20,   3,   169, 166, 161,
-                                       4,   162, 1008, 13,  1009, 1063, 22,  23,  24,  25,
-                                       26,  178, 19,   18,  12,   11,   167, 8,   68,  9};
-    std::string gotKinds;
-    std::vector<unsigned> gotIds;
-    for (auto const& p : host.params().params()) {
-        if (p.kind == ParameterStore::Kind::Group && !gotIds.empty()) gotKinds += '|';
-        gotKinds += "GPBFIAXC"[int(p.kind)];
-        gotIds.push_back(p.id);
+    auto const& params = host.params().params();
+    std::string got;
+    int group = -1;
+    for (auto const& p : params) {
+        if (p.kind == ParameterStore::Kind::Group) group = int(&p - params.data());
+        EXPECT_EQ(p.groupIndex, &p - params.data() == group ? -1 : group) << p.name;
+        got += ";" + std::to_string(p.id) + "GPBFIAXC"[int(p.kind)] + p.name;
+        for (size_t i = 0; i < p.entries.size(); ++i) got += (i ? "," : ":") + p.entries[i];
     }
-    EXPECT_EQ(gotKinds + '|', kinds);
-    EXPECT_EQ(gotIds, ids);
+    EXPECT_EQ(got,
+              ";176G3D Transform;174PLight:Frontlit,Backlit;5XBaseline Start;6XBaseline End;"
+              "7XHeight and Slant;164CWireframe Color;"
+              "181GBend;170BBend;171ABend Angle;172FBend Start;180FBend Stretch;"
+              "183PSeam Style:Constant,Linear,Square,Inverse Square;"
+              "184PSeam Size:None,Small,Medium,Large;185FSeam Intensity;188CSeam Color;"
+              "20GMirrel Style;3FSoftness;169FSoftness Aspect;"
+              "166PSoftness Type:Simple,Mip Map,Progressive Linear,Progressive Square;"
+              "161FFade Start;4FFade Length;162PFade Type:Linear,Square,Inverse Square;"
+              "1008G2D Transform;13PQuality:Low,Medium,High;1009FZoom;1063XTranslate;"
+              "22GMotion Blur;23PMotion Blur:Off,On;24FShutter Angle;25FShutter Phase;26FSamples;"
+              "178GBlend;19FGamma;18FBrightness;12IRandom Seed;11FFade Noise;167FPost Softness;"
+              "8FSource Opacity;68FMirrel Opacity;9PTransfer Mode:None,Based on Light,Behind,"
+              "Normal,Add,Multiply,Screen,Overlay,Soft Light,Hard Light,Color Dodge,Color Burn,"
+              "Darken,Lighten,Difference,Exclusion,Hue,Saturation,Color,Luminosity");
 }
 
 TEST(FxPlugCatalogue, AnglesAreKeptInRadiansAndValuesClampedAtTheLimitsNotTheSlider) {

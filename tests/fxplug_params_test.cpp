@@ -3,7 +3,7 @@
 #include "fxplug/PluginHost_FXPLUG_Impl.h"
 #include "fxplug/PluginUpdate_FXPLUG_Impl.h"
 #include "inprocess/InProcessHost.h"
-#include "params/ParamIds.h"
+#include "params/Catalogue.h"
 #include "params/RenderArguments.h"
 #include "platform/Process.h"
 
@@ -50,7 +50,8 @@ TEST(FxPlugChangeRules, SwitchesEnableAndDisableWhatTheyGovern) {
     EXPECT_EQ(disabled(blur), "...");
     l.host.setValue(kMotionBlur, {0});
     EXPECT_EQ(disabled(blur), "xxx");
-    EXPECT_EQ(s.find(kShutterAngle)->flags, 45u) << "other bits stay";
+    EXPECT_EQ(s.find(kShutterAngle)->flags, catalogueRow(kShutterAngle)->flags)
+        << "other bits stay";
     l.host.setValue(kTransferMode, {0});
     EXPECT_EQ(disabled({kSourceOpacity, kMirrelOpacity}), "x.");
     l.host.setValue(kTransferMode, {14});
@@ -86,7 +87,7 @@ TEST(FxPlugParameterAccess, MotionPointsAreFlippedBothWays) {
         PluginHost_API::TimeObject now(0, 100, 3000);
 
         double x = 0, y = 0;
-        l.face.GetPoint2DValue(4, kBaselineStart, now, x, y);
+        l.face.GetPoint2DValue(paramIndex(kBaselineStart), kBaselineStart, now, x, y);
         RenderArguments args;
         ParamsRetrieveValues(&l.face, &args);
         EXPECT_EQ(std::tuple(x, y, args.baselineStartY, args.translateY),
@@ -95,7 +96,7 @@ TEST(FxPlugParameterAccess, MotionPointsAreFlippedBothWays) {
 
         // Writing back what was read restores the stored value.
         l.host.setValue(kBaselineStart, {0, 0});
-        l.face.SetPoint2DValue(4, kBaselineStart, x, y);
+        l.face.SetPoint2DValue(paramIndex(kBaselineStart), kBaselineStart, x, y);
         EXPECT_EQ(l.value(kBaselineStart), (ParameterStore::Value{0.25, 0.75, 0}));
         PluginUpdate_FXPLUG_Impl update(&l.face);
         update.setPoint2DValue(0, kHeightSlant, 0.5, 0.25);
@@ -108,8 +109,8 @@ TEST(FxPlugParameterAccess, AnglesConvertBothWaysAndTheTimeBaseIsOneHundredTicks
     l.host.setValue(kBendAngle, {1.0}); // the host keeps radians
     PluginHost_API::TimeObject now(0, 100, 3000);
     double degrees = 0, plain = 0;
-    l.face.GetAngleValue(11, kBendAngle, now, degrees);
-    l.face.GetFloatValue(11, kBendAngle, now, plain);
+    l.face.GetAngleValue(paramIndex(kBendAngle), kBendAngle, now, degrees);
+    l.face.GetFloatValue(paramIndex(kBendAngle), kBendAngle, now, plain);
     RenderArguments args;
     ParamsRetrieveValues(&l.face, &args);
     EXPECT_EQ(std::tuple(degrees, args.bendAngle, plain), std::tuple(kDegrees, kDegrees, 1.0));
@@ -117,7 +118,7 @@ TEST(FxPlugParameterAccess, AnglesConvertBothWaysAndTheTimeBaseIsOneHundredTicks
     update.setAngleValue(0, kBendAngle, 90.0);
     EXPECT_DOUBLE_EQ(l.value(kBendAngle)[0], std::numbers::pi / 2);
     double value = 30.0; // the host interface converts the caller's value in place
-    l.face.SetAngleValue(11, kBendAngle, value);
+    l.face.SetAngleValue(paramIndex(kBendAngle), kBendAngle, value);
     EXPECT_DOUBLE_EQ(value, std::numbers::pi / 6);
 
     EXPECT_EQ((std::array{l.face.getTimeScale(), l.face.getTimeStep(), l.face.getFrameLength(),
@@ -127,7 +128,8 @@ TEST(FxPlugParameterAccess, AnglesConvertBothWaysAndTheTimeBaseIsOneHundredTicks
     l.host.setKey(kZoom, 12.0, {0.0});
     l.host.setKey(kZoom, 13.0, {10.0});
     double zoom = 0;
-    l.face.GetFixedFloatValue(29, kZoom, PluginHost_API::TimeObject(1250, 100, 3000), zoom);
+    l.face.GetFixedFloatValue(paramIndex(kZoom), kZoom, PluginHost_API::TimeObject(1250, 100, 3000),
+                              zoom);
     EXPECT_DOUBLE_EQ(zoom, 5.0);
     l.info.frame = 12.25; // a render reads its own frame
     ParamsRetrieveValues(&l.face, &args);

@@ -245,7 +245,7 @@ TEST(CoreTransformRender, QuarterScaleBilinearIsNearestAndTheHostsFormatIsChecke
     render(host, small.args, src, dst, &small.settings);
     EXPECT_NE(dst.bytes(), ref.bytes());
 
-    MemoryImage odd(PluginRasterFormat(4), 8, 8);
+    MemoryImage odd(RF_BGRA15, 8, 8);
     MemoryHost oddHost(&src, &odd);
     EXPECT_EQ(render(oddHost, small.args, src, odd, &small.settings), 1);
 }

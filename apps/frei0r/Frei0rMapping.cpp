@@ -1,5 +1,7 @@
 #include "apps/frei0r/Frei0rMapping.h"
 
+#include "params/Catalogue.h"
+
 #include <frei0r.h>
 
 #include <algorithm>
@@ -25,17 +27,10 @@ bool isNumber(Param const& p) {
     return p.kind == ParamKind::Float || p.kind == ParamKind::Int || p.kind == ParamKind::Angle;
 }
 
-// The unit an editor's control shows after a number; angles in degrees, the rest by label.
+// The unit an editor's control shows after a number.
 std::string unitOf(Param const& p) {
-    static char const* const degrees[] = {"Shutter Angle", "Shutter Phase"};
-    static char const* const percent[] = {"Bend Start", "Seam Intensity", "Fade Noise",
-                                          "Source Opacity", "Mirrel Opacity"};
-    if (p.kind == ParamKind::Angle) return "°";
-    for (char const* name : degrees)
-        if (p.name == name) return "°";
-    for (char const* name : percent)
-        if (p.name == name) return "%";
-    return "";
+    ParamRecord const* row = catalogueRow(p.id);
+    return row ? row->unit : "";
 }
 
 // The shortest text of at most `digits` significant digits, or of as many as read back the
