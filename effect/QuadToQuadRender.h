@@ -149,8 +149,16 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
                 RenderSettings* s;
                 ~Undo() { s->skipAbove = s->skipBelow = 0; }
             } const undo{first};
+            // Float pictures at softness 0 come out of the blur as d * 0 + s, d being the blur at
+            // radius 1, or as s itself when the whole picture is finite. That is s in every row
+            // whose own values are finite, whatever the other rows hold, as long as d of a row
+            // reads only that row: the ramped types blur rows at radius 1 and columns at radius
+            // 1 / 2 times the aspect, nothing below an aspect of 2.
+            bool const floatRowsAlone = softnessType != kSoftnessUniform &&
+                                        softnessType != kSoftnessUniformAlpha &&
+                                        softnessAspect >= 0.0 && softnessAspect < 2.0;
             bool const noBlur =
-                softness == 0.0 && !std::is_floating_point_v<C> &&
+                softness == 0.0 && (!std::is_floating_point_v<C> || floatRowsAlone) &&
                 (softnessType == kSoftnessSimple || softnessType == kSoftnessProgressiveLinear ||
                  softnessType == kSoftnessProgressiveSquare || softnessType == kSoftnessUniform ||
                  softnessType == kSoftnessUniformAlpha);
