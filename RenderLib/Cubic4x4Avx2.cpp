@@ -7,6 +7,7 @@
 #include "pixel/Processor.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 
 #if defined(__x86_64__) || defined(__i386__)
@@ -179,18 +180,43 @@ MIRREL_AVX2_INLINE bool refillColumns(const SpanCoords& co, int n, const Source<
     return kept > 0 && same;
 }
 
-// The span through the row cache; false, having written nothing, where it does not apply: the
-// span steps v, its pixels do not all fall on one source y, its rows or the cache's width do not
+// Whether every pixel of a span whose v steps has one float y. Along the span the exact
+// y = (v + dv i) / (q + dq i) runs one way while w keeps its sign, and the y each pixel works out
+// lies within a rounding bound e of it; so every pixel's y lies between the ends' widened by 2e,
+// and where that interval rounds to one float, each pixel's does. The bound follows the
+// operations of SpanCoords::at, with twice the unit roundoff and further margins for the widening
+// itself. A matrix leaves such hairs of dv on rows that are level in exact arithmetic.
+MIRREL_AVX2_INLINE bool oneYAlong(const SpanCoords& co, int n) {
+    const double last = n - 1;
+    const double w0 = co.dq * 0 + co.q, w1 = co.dq * last + co.q;
+    const double y0 = (co.dv * 0 + co.v) / w0, y1 = (co.dv * last + co.v) / w1;
+    constexpr double u = 0x1p-52;
+    const double A = std::fabs(co.dv) * last + std::fabs(co.v); // at least every |v + dv i|
+    const double B = std::fabs(co.dq) * last + std::fabs(co.q);
+    const double eN = 2.0 * u * A, eW = 2.0 * u * B; // worked-out v + dv i and w against exact
+    const double wMin = std::min(std::fabs(w0), std::fabs(w1)) - eW; // at most every exact |w|
+    if (!((w0 > 0.0 && w1 > 0.0) || (w0 < 0.0 && w1 < 0.0)) || !(wMin > 2.0 * eW)) return false;
+    const double wLow = wMin - eW; // at most every worked-out |w|
+    const double e = eN / wLow + A * eW / (wLow * wMin) + u * A / wLow;
+    const double margin = 4.0 * e + 4.0 * u * std::max(std::fabs(y0), std::fabs(y1));
+    const float low = float(std::min(y0, y1) - margin), high = float(std::max(y0, y1) + margin);
+    return low == high && std::isfinite(low);
+}
+
+// The span through the row cache; false, having written nothing, where it does not apply: its
+// pixels do not all fall on one source y, its rows or the cache's width do not
 // fit.
 template <class C, bool Packed>
 MIRREL_AVX2_INLINE bool spanFromRows(const RenderSettings* s, const Source<C>& src,
                                      const SpanCoords& co, int n, C* d, Cubic4x4RowCache& cache,
                                      const PackedRows<C>& packed) {
     using Cache = Cubic4x4RowCache;
-    if (!(co.dv == 0.0) || n < 2 || n > cache.capacity) return false;
+    if (n < 2 || n > cache.capacity) return false;
     float x, y;
     co.at(0, x, y);
-    if (co.dq != 0.0) {
+    if (!(co.dv == 0.0)) {
+        if (!oneYAlong(co, n)) return false;
+    } else if (co.dq != 0.0) {
         // Along the span w = dq i + q moves one way, and y = v / w with it while w keeps its
         // sign; so where both ends give the same y, every pixel has it.
         float lastX, lastY;

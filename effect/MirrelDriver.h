@@ -13,6 +13,7 @@
 #include "pixel/PixelFormats.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -144,7 +145,25 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     if (shutter.multiSampling &&
         !scratch.sampleResult.allocImage(sampleResultOwn, format, W, H, pixelBytes))
         return refused();
-    PluginHost_API::RasterInfo& sampleResult = shutter.multiSampling ? sampleResultOwn : result;
+    // Nothing writes the working copy while the samples are drawn, so the transforms read it where
+    // it is: the source copy keeps its block, and the host sees the same requests, but its record
+    // points at the working copy's pixels instead of a copy of them.
+    PluginHost_API::RasterInfo sourceView = sourceCopy;
+    sourceView.data = frame.workInfo.data;
+    sourceView.rowBytes = frame.workInfo.rowBytes;
+    // One unbent sample is drawn in the output's rows themselves when they hold the frame: the
+    // one stage that may fill the output on the way does so before anything is drawn, when the
+    // cleared result holds the same zeros, so the copy out would change nothing.
+    PluginHost_API::RasterInfo resultView = result;
+    bool const inOutput = !shutter.multiSampling && !args.bend && frame.outputInfo.width == W &&
+                          frame.outputInfo.height == H &&
+                          frame.outputInfo.pixelBytes == result.pixelBytes &&
+                          std::abs(frame.outputInfo.rowBytes) >= result.rowBytes;
+    if (inOutput) {
+        resultView.data = frame.outputInfo.data;
+        resultView.rowBytes = frame.outputInfo.rowBytes;
+    }
+    PluginHost_API::RasterInfo& sampleResult = shutter.multiSampling ? sampleResultOwn : resultView;
 
     CoreRenderArguments core;
     initializeCoreRenderArguments(&core);
@@ -170,7 +189,6 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
 
     int red, green, blue, alpha;
     getRasterChannelOrder(frame.workInfo.format, red, green, blue, alpha);
-    copyRows(frame.workInfo, sourceCopy, std::size_t(W) * pixelBytes, H);
 
     // A sample that reads what the one before it read draws the same picture (nothing moved
     // within the shutter): it keeps that picture, and the running average takes it in for the
@@ -253,8 +271,8 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
                                     .seamSize = args.seamSize,
                                     .seamIntensity = w.seamIntensity,
                                     .seamColor = seamColor};
-        // The render only reads its source: every sample reads the one copy.
-        status = QuadToQuadRender(p, c, a, v, f, host, sourceCopy, sampleResult, frame.work, core,
+        // The render only reads its source: every sample reads the working copy.
+        status = QuadToQuadRender(p, c, a, v, f, host, sourceView, sampleResult, frame.work, core,
                                   sample);
 
         if (plainSoftness(host, baseline, W, H, Hp, scale, sample, sampleResult))
@@ -264,14 +282,16 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     }
 
     // When every sample drew the same picture and averaging leaves it whole, it goes out as is.
-    PluginHost_API::RasterInfo* picture = &result;
     if (shutter.multiSampling) {
+        PluginHost_API::RasterInfo* picture = &result;
         if (runFirst == 0 && runFromFirstIsCopy<P>())
             picture = &sampleResult;
         else
             averageRun();
+        copyRows(*picture, frame.outputInfo, std::size_t(W) * pixelBytes, H);
+    } else if (!inOutput) {
+        copyRows(result, frame.outputInfo, std::size_t(W) * pixelBytes, H);
     }
-    copyRows(*picture, frame.outputInfo, std::size_t(W) * pixelBytes, H);
     status = MirrelFinish(p, c, a, v, f, host, args, w.fadeNoise, frame.work.getImpl(),
                           frame.output.getImpl(), status);
 

@@ -139,11 +139,20 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
                 RenderSettings* s;
                 ~Undo() { s->skipAbove = s->skipBelow = 0; }
             } const undo{first};
+            // Float pictures at softness 0 come out of the blur as d * 0 + s, d being the blur at
+            // radius 1, or as s itself when the whole picture is finite. That is s in every row
+            // whose own values are finite, whatever the other rows hold, as long as d of a row
+            // reads only that row: the ramped types blur rows at radius 1 and columns at radius
+            // 1 / 2 times the aspect, nothing below an aspect of 2.
             int const mode = sample.softnessMode;
-            bool const noBlur = sample.softness == 0.0 && !std::is_floating_point_v<C> &&
-                                (mode == kSoftnessSimple || mode == kSoftnessProgressiveLinear ||
-                                 mode == kSoftnessProgressiveSquare || mode == kSoftnessUniform ||
-                                 mode == kSoftnessUniformAlpha);
+            bool const floatRowsAlone = mode != kSoftnessUniform && mode != kSoftnessUniformAlpha &&
+                                        sample.softnessAspect >= 0.0 &&
+                                        sample.softnessAspect < 2.0;
+            bool const noBlur =
+                sample.softness == 0.0 && (!std::is_floating_point_v<C> || floatRowsAlone) &&
+                (mode == kSoftnessSimple || mode == kSoftnessProgressiveLinear ||
+                 mode == kSoftnessProgressiveSquare || mode == kSoftnessUniform ||
+                 mode == kSoftnessUniformAlpha);
             if (noBlur && !sample.bend && first == &local) {
                 CoreRenderArguments probeArgs = B;
                 probeArgs.transformType = 2;

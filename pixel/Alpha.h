@@ -2,11 +2,13 @@
 #include "host/PluginHost_API.h"
 #include "pixel/AlphaRows8.h"
 #include "pixel/BlendRows.h"
+#include "pixel/PremultRowsDeep.h"
 #include "pixel/StraightRows.h"
 #include "pixel/Traits.h"
 
 #include <array>
 #include <cstring>
+#include <type_traits>
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -122,9 +124,14 @@ int Premult(P, C, A, V, F, PluginHost_API* host, PluginRaster_API* raster) {
     PluginRasterInfo info;
     host->getRasterInfo(raster, &info);
     AlphaRows8 const* rows = P::is8Bit() ? chosenAlphaRows8(P::ALPHA) : nullptr;
+    PremultRowsDeep const* deep = P::is8Bit() ? nullptr : chosenPremultRowsDeep(P::ALPHA);
     for (int y = 0; y < info.height; ++y) {
         auto* px = reinterpret_cast<C*>(info.row(y));
         int x = rows ? rows->premultiply(reinterpret_cast<unsigned char*>(px), info.width) : 0;
+        if constexpr (std::is_same_v<C, unsigned short>)
+            x = deep ? deep->u16(px, info.width) : x;
+        else if constexpr (std::is_same_v<C, float>)
+            x = deep ? deep->f32(px, info.width) : x;
         x += alpha_detail::premultiplyLeading<P>(px + 4 * x, info.width - x);
         for (px += 4 * x; x < info.width; ++x, px += 4) {
             V a = V(px[P::ALPHA]);

@@ -56,6 +56,12 @@ MIRREL_AVX2 int inFrontRow(C const* top, C const* bottom, C* out, int width, flo
         __m256 const A2 = _mm256_mul_ps(_mm256_permute_ps(B, S), opBottom);
         __m256 const O = _mm256_sub_ps(_mm256_add_ps(A1, A2), mul<F>(A1, A2));
         __m256 const noTop = _mm256_cmp_ps(A1, zero, _CMP_EQ_OQ);
+        if (_mm256_movemask_ps(noTop) == 0xFF) {
+            // Neither pixel has a top: the blends below would keep only the bottom and the union
+            // alpha, so the rest is not worked out.
+            store2(out + 4 * x, _mm256_blendv_ps(B, forceOpaque ? M : O, alphaLane));
+            continue;
+        }
         // Float colour below 0 is read as 0 (NaN stays, as the loop's test leaves it).
         __m256 const c1 = F ? _mm256_max_ps(zero, T) : T;
         __m256 const c2 = F ? _mm256_max_ps(zero, B) : B;

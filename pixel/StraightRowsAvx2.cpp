@@ -29,11 +29,13 @@ template <int AI> MIRREL_AVX2 int straight16(unsigned short* px, int width) {
         __m256i const wide = _mm256_cvtepu16_epi32(raw);
         __m256 const v = _mm256_cvtepi32_ps(wide);
         __m256 const a = alphas<AI>(v);
+        __m256 const keep = kept<AI>(a);
+        if (_mm256_movemask_ps(keep) == 0xFF) continue; // both clear: nothing changes
         // x 65535 / a, then values above 65535 become 65535 (the quotient is never NaN here).
         __m256 const q = _mm256_div_ps(_mm256_mul_ps(v, full), a);
         __m256 const held = _mm256_blendv_ps(q, full, _mm256_cmp_ps(q, full, _CMP_GT_OQ));
         __m256i const t =
-            _mm256_blendv_epi8(_mm256_cvttps_epi32(held), wide, _mm256_castps_si256(kept<AI>(a)));
+            _mm256_blendv_epi8(_mm256_cvttps_epi32(held), wide, _mm256_castps_si256(keep));
         _mm_storeu_si128(
             p, _mm_packus_epi32(_mm256_castsi256_si128(t), _mm256_extracti128_si256(t, 1)));
     }
@@ -47,8 +49,10 @@ template <int AI> MIRREL_AVX2 int straight32(float* px, int width) {
         float* p = px + 4 * x;
         __m256 const v = _mm256_loadu_ps(p);
         __m256 const a = alphas<AI>(v);
+        __m256 const keep = kept<AI>(a);
+        if (_mm256_movemask_ps(keep) == 0xFF) continue; // both clear: nothing changes
         __m256 const q = _mm256_div_ps(_mm256_mul_ps(v, one), a);
-        _mm256_storeu_ps(p, _mm256_blendv_ps(q, v, kept<AI>(a)));
+        _mm256_storeu_ps(p, _mm256_blendv_ps(q, v, keep));
     }
     return x;
 }

@@ -61,6 +61,23 @@ TEST(ProgressiveBlur, FadeByRowsForEachFadeType) {
     for (int y = 0; y < 11; ++y) EXPECT_EQ(h.at(1, y, 0), y < 5 ? 0.0f : 1.0f) << y;
 }
 
+// At radius 0 a float picture holding an infinity is blended with its blur at radius 1; below an
+// aspect of 2 the ramped types blur no column, so rows without odd values stay as they were (the
+// mirror leaves the flat image's unread rows out on that account).
+TEST(ProgressiveBlur, FloatRadiusZeroReachesOtherRowsFromAnAspectOf2) {
+    for (int mode : {0, 2, 3})
+        for (float aspect : {0.0f, 1.0f, 1.99f, 2.0f}) {
+            Picture p(RF_RGBA32, 9, 12), ref(RF_RGBA32, 9, 12);
+            p.img.pixel<float>(4, 6)[1] = INFINITY;
+            ASSERT_EQ(p.run(0.0f, aspect, 100.0f, 0.0f, 0, mode), 0); // no row fades
+            int othersChanged = 0;
+            for (int y = 0; y < 12; ++y)
+                othersChanged +=
+                    y != 6 && std::memcmp(p.img.info.row(y), ref.img.info.row(y), 9 * 16) != 0;
+            EXPECT_EQ(othersChanged > 0, aspect >= 2.0f) << mode << " " << aspect;
+        }
+}
+
 TEST(ProgressiveBlur, UniformModesSkipTheFadeAndAlphaModeKeepsColours) {
     Picture p(RF_BGRA8, 16, 12, 3);
     auto const before = p.img.bytes();

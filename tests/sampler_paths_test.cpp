@@ -66,7 +66,7 @@ template <class C> void compareSpans(unsigned seed) {
 // Destination rows one after another through the fast span with row sums kept between them, each
 // against the portable span: rows walking down and up and jumping, spans of the same columns
 // shorter and longer than before, a second set of columns, rows and columns at the borders, and
-// spans that step q by a hair or by enough to change y.
+// spans that step q or v by a hair or by enough to change y.
 template <class C> void compareRows(unsigned seed) {
     const Cubic4x4Span<C> fast = cubic4x4SpanAvx2<C>();
     if (!fast) return;
@@ -97,7 +97,12 @@ template <class C> void compareRows(unsigned seed) {
         line.q = 1.25, line.u = x[0] * line.q, line.v = y * line.q, line.du = x[1] * line.q;
         // A hair of dq, as a perspective transform leaves on a level row, keeps one y.
         line.dq = k % 37 == 0 ? 2e-3 : (k % 3 == 0 ? -1e-21 : 0.0);
-        line.dv = k % 41 == 0 ? 0.05 : 0.0;
+        // So does a hair of dv; one that takes y across the middle between two floats does not.
+        line.dv = k % 41 == 0 ? 0.05 : (k % 5 == 0 ? 2e-18 : 0.0);
+        if (k % 13 == 0) {
+            line.v = (3.0 + 0x1p-23 - 2e-8) * line.q;
+            line.dv = 1e-9 * line.q;
+        }
         line.count = k % 7 == 0 ? 13 : (k % 11 == 0 ? 47 : 44);
         std::vector<C> a(std::size_t(capacity) * 4, C(7)), b = a;
         LineRenderStruct la = line, lb = line;
