@@ -1,4 +1,5 @@
 #pragma once
+#include "RenderLib/MipMapKernels.h"
 #include "host/PluginHost_API.h"
 #include "pixel/Traits.h"
 
@@ -13,7 +14,10 @@
 
 namespace blur_detail {
 
-template <class C, int N> int smooth3x3(PluginHost_API* host, C* pixels, int width, int height) {
+// kernels null keeps the portable interior.
+template <class C, int N>
+int smooth3x3(PluginHost_API* host, C* pixels, int width, int height,
+              MipKernels<C> const* kernels = chosenMipKernels<C>()) {
     static int const _weights[9] = {1, 2, 1, 2, 4, 2, 1, 2, 1};
     // The host counts bytes in an int: a larger image is memory that cannot be had.
     std::size_t const bytes = std::size_t(width) * std::size_t(height) * N * sizeof(C);
@@ -51,6 +55,10 @@ template <class C, int N> int smooth3x3(PluginHost_API* host, C* pixels, int wid
         C const* down = mid + stride;
         C* out = pixels + y * stride + N;
         std::ptrdiff_t const values = std::ptrdiff_t(width - 2) * N;
+        if (kernels) {
+            kernels->smooth(up, mid, down, out, values, N);
+            continue;
+        }
         for (std::ptrdiff_t v = 0; v < values; ++v) {
             if constexpr (std::is_floating_point_v<C>) {
                 float sum = 0.0f;

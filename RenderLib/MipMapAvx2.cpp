@@ -1,0 +1,338 @@
+#include "RenderLib/MipMapBlur.h"
+#include "RenderLib/MipMapKernels.h"
+#include "pixel/Processor.h"
+
+#if defined(__x86_64__) || defined(__i386__)
+#include "pixel/Avx2.h"
+
+#include <algorithm>
+#include <bit>
+#include <type_traits>
+
+namespace blur_detail {
+namespace {
+
+using u8 = unsigned char;
+using u16 = unsigned short;
+
+// --- 3x3 smoothing: lanes across the channel values of a row ---
+
+// Sixteen or eight channel values widened to 16 or 32 bits.
+MIRREL_AVX2_INLINE __m256i w(u8 const* p) {
+    return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<__m128i const*>(p)));
+}
+MIRREL_AVX2_INLINE __m256i w(u16 const* p) {
+    return _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<__m128i const*>(p)));
+}
+
+MIRREL_AVX2 void smoothRow(u8 const* up, u8 const* mid, u8 const* down, u8* out,
+                           std::ptrdiff_t values, int n) {
+    std::ptrdiff_t v = 0;
+    for (; v + 16 <= values; v += 16) {
+        // At most 16 * 255: 16-bit lanes hold the sum.
+        __m256i s = _mm256_add_epi16(_mm256_add_epi16(w(up + v - n), w(up + v + n)),
+                                     _mm256_add_epi16(w(down + v - n), w(down + v + n)));
+        __m256i const twice = _mm256_add_epi16(_mm256_add_epi16(w(up + v), w(down + v)),
+                                               _mm256_add_epi16(w(mid + v - n), w(mid + v + n)));
+        s = _mm256_add_epi16(s, _mm256_slli_epi16(twice, 1));
+        s = _mm256_srli_epi16(_mm256_add_epi16(s, _mm256_slli_epi16(w(mid + v), 2)), 4);
+        _mm_storeu_si128(
+            reinterpret_cast<__m128i*>(out + v),
+            _mm_packus_epi16(_mm256_castsi256_si128(s), _mm256_extracti128_si256(s, 1)));
+    }
+    for (; v < values; ++v)
+        out[v] = u8((int(up[v - n]) + 2 * int(up[v]) + int(up[v + n]) +
+                     2 * (int(mid[v - n]) + int(mid[v + n])) + 4 * int(mid[v]) + int(down[v - n]) +
+                     2 * int(down[v]) + int(down[v + n])) >>
+                    4);
+}
+
+MIRREL_AVX2 void smoothRow(u16 const* up, u16 const* mid, u16 const* down, u16* out,
+                           std::ptrdiff_t values, int n) {
+    std::ptrdiff_t v = 0;
+    for (; v + 8 <= values; v += 8) {
+        __m256i s = _mm256_add_epi32(_mm256_add_epi32(w(up + v - n), w(up + v + n)),
+                                     _mm256_add_epi32(w(down + v - n), w(down + v + n)));
+        __m256i const twice = _mm256_add_epi32(_mm256_add_epi32(w(up + v), w(down + v)),
+                                               _mm256_add_epi32(w(mid + v - n), w(mid + v + n)));
+        s = _mm256_add_epi32(s, _mm256_slli_epi32(twice, 1));
+        s = _mm256_srli_epi32(_mm256_add_epi32(s, _mm256_slli_epi32(w(mid + v), 2)), 4);
+        _mm_storeu_si128(
+            reinterpret_cast<__m128i*>(out + v),
+            _mm_packus_epi32(_mm256_castsi256_si128(s), _mm256_extracti128_si256(s, 1)));
+    }
+    for (; v < values; ++v)
+        out[v] = u16((int(up[v - n]) + 2 * int(up[v]) + int(up[v + n]) +
+                      2 * (int(mid[v - n]) + int(mid[v + n])) + 4 * int(mid[v]) + int(down[v - n]) +
+                      2 * int(down[v]) + int(down[v + n])) >>
+                     4);
+}
+
+// Float sums add the nine products one by one in the table's order, as the portable loop does.
+MIRREL_AVX2 void smoothRow(float const* up, float const* mid, float const* down, float* out,
+                           std::ptrdiff_t values, int n) {
+    float const* taps[9] = {up - n, up, up + n, mid - n, mid, mid + n, down - n, down, down + n};
+    static float const weights[9] = {1.0f, 2.0f, 1.0f, 2.0f, 4.0f, 2.0f, 1.0f, 2.0f, 1.0f};
+    std::ptrdiff_t v = 0;
+    for (; v + 8 <= values; v += 8) {
+        __m256 sum = _mm256_setzero_ps();
+        #pragma GCC unroll 9
+        for (int k = 0; k < 9; ++k)
+            sum = _mm256_add_ps(
+                sum, _mm256_mul_ps(_mm256_set1_ps(weights[k]), _mm256_loadu_ps(taps[k] + v)));
+        _mm256_storeu_ps(out + v, _mm256_mul_ps(sum, _mm256_set1_ps(0.0625f)));
+    }
+    for (; v < values; ++v) {
+        float sum = 0.0f;
+        #pragma GCC unroll 9
+        for (int k = 0; k < 9; ++k) sum += weights[k] * taps[k][v];
+        out[v] = sum * 0.0625f;
+    }
+}
+
+// --- the pixel loop: lanes across eight pixels of a row, four float registers by channel ---
+
+struct Px {
+    __m256 c[4];
+};
+
+MIRREL_AVX2_INLINE __m256 toFloat(__m256i v) {
+    return _mm256_cvtepi32_ps(v);
+}
+
+MIRREL_AVX2_INLINE Px unpack(__m256i v) {
+    return {{toFloat(byteLanes<0>(v)), toFloat(byteLanes<1>(v)), toFloat(byteLanes<2>(v)),
+             toFloat(byteLanes<3>(v))}};
+}
+
+// Pixels idx (lane by lane) of a row of a level.
+MIRREL_AVX2_INLINE Px gather(u8 const* row, __m256i idx) {
+    return unpack(_mm256_i32gather_epi32(reinterpret_cast<int const*>(row), idx, 4));
+}
+MIRREL_AVX2_INLINE Px gather(u16 const* row, __m256i idx) {
+    __m256i const words = _mm256_slli_epi32(idx, 1), low = _mm256_set1_epi32(0xffff);
+    __m256i const rg = _mm256_i32gather_epi32(reinterpret_cast<int const*>(row), words, 4);
+    __m256i const ba = _mm256_i32gather_epi32(reinterpret_cast<int const*>(row),
+                                              _mm256_add_epi32(words, _mm256_set1_epi32(1)), 4);
+    return {{toFloat(_mm256_and_si256(rg, low)), toFloat(_mm256_srli_epi32(rg, 16)),
+             toFloat(_mm256_and_si256(ba, low)), toFloat(_mm256_srli_epi32(ba, 16))}};
+}
+MIRREL_AVX2_INLINE Px gather(float const* row, __m256i idx) {
+    __m256i const at = _mm256_slli_epi32(idx, 2);
+    Px p;
+    #pragma GCC unroll 4
+    for (int c = 0; c < 4; ++c)
+        p.c[c] = _mm256_i32gather_ps(row, _mm256_add_epi32(at, _mm256_set1_epi32(c)), 4);
+    return p;
+}
+
+MIRREL_AVX2_INLINE __m256i iota() {
+    return _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+}
+
+// Eight pixels in a run.
+MIRREL_AVX2_INLINE Px load(u8 const* p) {
+    return unpack(_mm256_loadu_si256(reinterpret_cast<__m256i const*>(p)));
+}
+template <class C> MIRREL_AVX2_INLINE Px load(C const* p) {
+    return gather(p, iota());
+}
+
+// The alpha of eight pixels in a run, as a float channel value.
+MIRREL_AVX2_INLINE __m256 loadAlpha(u8 const* p, int alpha) {
+    __m256i const v = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(p));
+    return toFloat(_mm256_and_si256(_mm256_srlv_epi32(v, _mm256_set1_epi32(8 * alpha)),
+                                    _mm256_set1_epi32(255)));
+}
+MIRREL_AVX2_INLINE __m256 loadAlpha(u16 const* p, int alpha) {
+    // The dword that holds the channel, so nothing past the eighth pixel is read.
+    __m256i const at =
+        _mm256_add_epi32(_mm256_slli_epi32(iota(), 1), _mm256_set1_epi32(alpha >> 1));
+    __m256i const v = _mm256_i32gather_epi32(reinterpret_cast<int const*>(p), at, 4);
+    return toFloat(_mm256_and_si256(_mm256_srlv_epi32(v, _mm256_set1_epi32(16 * (alpha & 1))),
+                                    _mm256_set1_epi32(0xffff)));
+}
+MIRREL_AVX2_INLINE __m256 loadAlpha(float const* p, int alpha) {
+    return _mm256_i32gather_ps(
+        p, _mm256_add_epi32(_mm256_slli_epi32(iota(), 2), _mm256_set1_epi32(alpha)), 4);
+}
+
+// Stores truncate each lane to int and keep the channel type's low bits, as the portable C(int).
+MIRREL_AVX2_INLINE void store(u8* p, Px const& v) {
+    __m256i out = _mm256_setzero_si256();
+    #pragma GCC unroll 4
+    for (int c = 0; c < 4; ++c)
+        out = _mm256_or_si256(out, _mm256_sllv_epi32(_mm256_and_si256(_mm256_cvttps_epi32(v.c[c]),
+                                                                      _mm256_set1_epi32(255)),
+                                                     _mm256_set1_epi32(8 * c)));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), out);
+}
+MIRREL_AVX2_INLINE __m256i pair(__m256 a, __m256 b) {
+    return _mm256_or_si256(_mm256_and_si256(_mm256_cvttps_epi32(a), _mm256_set1_epi32(0xffff)),
+                           _mm256_slli_epi32(_mm256_cvttps_epi32(b), 16));
+}
+MIRREL_AVX2_INLINE void store(u16* p, Px const& v) {
+    __m256i const rg = pair(v.c[0], v.c[1]), ba = pair(v.c[2], v.c[3]);
+    __m256i const lo = _mm256_unpacklo_epi32(rg, ba), hi = _mm256_unpackhi_epi32(rg, ba);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm256_permute2x128_si256(lo, hi, 0x20));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p + 16),
+                        _mm256_permute2x128_si256(lo, hi, 0x31));
+}
+MIRREL_AVX2_INLINE void store(float* p, Px const& v) {
+    __m256 const t0 = _mm256_unpacklo_ps(v.c[0], v.c[1]), t1 = _mm256_unpackhi_ps(v.c[0], v.c[1]);
+    __m256 const t2 = _mm256_unpacklo_ps(v.c[2], v.c[3]), t3 = _mm256_unpackhi_ps(v.c[2], v.c[3]);
+    __m256 const p04 = _mm256_shuffle_ps(t0, t2, 0x44), p15 = _mm256_shuffle_ps(t0, t2, 0xEE);
+    __m256 const p26 = _mm256_shuffle_ps(t1, t3, 0x44), p37 = _mm256_shuffle_ps(t1, t3, 0xEE);
+    _mm256_storeu_ps(p, _mm256_permute2f128_ps(p04, p15, 0x20));
+    _mm256_storeu_ps(p + 8, _mm256_permute2f128_ps(p26, p37, 0x20));
+    _mm256_storeu_ps(p + 16, _mm256_permute2f128_ps(p04, p15, 0x31));
+    _mm256_storeu_ps(p + 24, _mm256_permute2f128_ps(p26, p37, 0x31));
+}
+
+template <class C> MIRREL_AVX2_INLINE __m256 truncated(__m256 v) {
+    if constexpr (std::is_floating_point_v<C>)
+        return v;
+    else
+        return _mm256_cvtepi32_ps(_mm256_cvttps_epi32(v));
+}
+
+template <class C> MIRREL_AVX2_INLINE Px lerp(Px const& a, Px const& b, __m256 f) {
+    Px r;
+    #pragma GCC unroll 4
+    for (int c = 0; c < 4; ++c)
+        r.c[c] =
+            truncated<C>(_mm256_add_ps(a.c[c], _mm256_mul_ps(_mm256_sub_ps(b.c[c], a.c[c]), f)));
+    return r;
+}
+
+// sampleLevel for the eight pixels x, x + 1, ... of row y.
+template <class C> MIRREL_AVX2_INLINE Px sample(MipLevel<C, 4> const& lv, int x, int y) {
+    int const s = lv.shift;
+    if (s == 0) return load(lv.at(x, y));
+    int const half = 1 << (s - 1);
+    // Dividing by 2^s is multiplying by 2^-s, to the bit.
+    float const inverse = std::bit_cast<float>((127 - s) << 23);
+    int const Y = std::max(y - half, 0), iy = std::min(Y >> s, lv.height - 1);
+    int const jy = iy == lv.height - 1 ? iy : iy + 1;
+    __m256 const fy = _mm256_set1_ps(float(Y - (iy << s)) * inverse);
+    __m128i const shift = _mm_cvtsi32_si128(s);
+    __m256i const last = _mm256_set1_epi32(lv.width - 1);
+    __m256i const X = _mm256_max_epi32(_mm256_add_epi32(_mm256_set1_epi32(x - half), iota()),
+                                       _mm256_setzero_si256());
+    __m256i const ix = _mm256_min_epi32(_mm256_srl_epi32(X, shift), last);
+    __m256 const fx = _mm256_mul_ps(toFloat(_mm256_sub_epi32(X, _mm256_sll_epi32(ix, shift))),
+                                    _mm256_set1_ps(inverse));
+    __m256i const jx = _mm256_sub_epi32(
+        ix, _mm256_andnot_si256(_mm256_cmpeq_epi32(ix, last), _mm256_set1_epi32(-1)));
+    C const *top = lv.at(0, iy), *bottom = lv.at(0, jy);
+    Px const upper = lerp<C>(gather(top, ix), gather(top, jx), fx);
+    Px const lower = lerp<C>(gather(bottom, ix), gather(bottom, jx), fx);
+    return lerp<C>(upper, lower, fy);
+}
+
+// Level of a distance, as the portable loop finds it.
+inline int levelOf(float d, float radius, int* q) {
+    int v = truncToInt(d * radius * 65536.0f);
+    int lvl = 0;
+    while (v > 65536) v >>= 1, ++lvl;
+    if (q) *q = v;
+    return lvl;
+}
+
+// Eight pixels that all have alpha and lie on level k of the pyramid; false, with nothing
+// written, if some pixel has none.
+template <class C>
+MIRREL_AVX2_INLINE bool eight(MipLevel<C, 4> const* level, int L, int k, C* px, int x, int y,
+                              float rowBase, float dX, float radius, int alpha, float scale) {
+    __m256 const a = _mm256_mul_ps(loadAlpha(px, alpha), _mm256_set1_ps(scale));
+    if (_mm256_movemask_ps(_mm256_cmp_ps(a, _mm256_setzero_ps(), _CMP_EQ_OQ))) return false;
+    __m256 const d = _mm256_add_ps(
+        _mm256_mul_ps(toFloat(_mm256_add_epi32(_mm256_set1_epi32(x), iota())), _mm256_set1_ps(dX)),
+        _mm256_set1_ps(rowBase));
+    // Every lane is on level k, so q < 2^26 and the plain conversion is the saturating one.
+    __m256i q = _mm256_cvttps_epi32(
+        _mm256_mul_ps(_mm256_mul_ps(d, _mm256_set1_ps(radius)), _mm256_set1_ps(65536.0f)));
+    if (k >= 1)
+        q = _mm256_sub_epi32(_mm256_slli_epi32(_mm256_sra_epi32(q, _mm_cvtsi32_si128(k)), 1),
+                             _mm256_set1_epi32(65536));
+    __m256 f = _mm256_mul_ps(toFloat(q), _mm256_set1_ps(1.5258789e-05f));
+    f = _mm256_min_ps(_mm256_max_ps(f, _mm256_setzero_ps()), _mm256_set1_ps(1.0f));
+    Px c = sample(level[k], x, y);
+    __m256 const mixed = _mm256_cmp_ps(f, _mm256_setzero_ps(), _CMP_GT_OQ);
+    if (_mm256_movemask_ps(mixed)) {
+        Px m;
+        if (k < L - 1) {
+            m = lerp<C>(c, sample(level[k + 1], x, y), f);
+        } else {
+            __m256 const keep = _mm256_sub_ps(_mm256_set1_ps(1.0f), f);
+            #pragma GCC unroll 4
+            for (int ch = 0; ch < 4; ++ch) m.c[ch] = truncated<C>(_mm256_mul_ps(c.c[ch], keep));
+        }
+        #pragma GCC unroll 4
+        for (int ch = 0; ch < 4; ++ch) c.c[ch] = _mm256_blendv_ps(c.c[ch], m.c[ch], mixed);
+    }
+    #pragma GCC unroll 4
+    for (int ch = 0; ch < 4; ++ch) c.c[ch] = _mm256_mul_ps(c.c[ch], a);
+    store(px, c);
+    return true;
+}
+
+// Rows where the distance is negative somewhere (the walk stands still there), pixels without
+// alpha, runs that straddle two levels or leave the pyramid, and the row's last few pixels
+// take the portable loop. The distance grows or falls steadily along a row, in float too, so
+// the level of the first and last pixel of a run bounds those between.
+template <class C>
+MIRREL_AVX2 void pixelRow(MipLevel<C, 4> const* level, int L, C* row, int y, int width,
+                          float rowBase, float dX, float radius, int alpha, float scale) {
+    float const first = float(0) * dX + rowBase, last = float(width - 1) * dX + rowBase;
+    if (!(first >= 0.0f && last >= 0.0f)) {
+        mipRow<C, 4>(level, L, row, y, 0, width, rowBase, dX, radius, alpha, scale);
+        return;
+    }
+    int x = 0;
+    for (; x + 8 <= width; x += 8) {
+        C* px = row + std::ptrdiff_t(x) * 4;
+        int const k = levelOf(float(x) * dX + rowBase, radius, nullptr);
+        if (k > L - 1 || levelOf(float(x + 7) * dX + rowBase, radius, nullptr) != k ||
+            !eight(level, L, k, px, x, y, rowBase, dX, radius, alpha, scale))
+            mipRow<C, 4>(level, L, px, y, x, x + 8, rowBase, dX, radius, alpha, scale);
+    }
+    mipRow<C, 4>(level, L, row + std::ptrdiff_t(x) * 4, y, x, width, rowBase, dX, radius, alpha,
+                 scale);
+}
+
+template <class C> MipKernels<C> const kKernels = {&smoothRow, &pixelRow<C>};
+
+} // namespace
+
+template <class C> MipKernels<C> const* mipKernelsAvx2() {
+    return __builtin_cpu_supports("avx2") ? &kKernels<C> : nullptr;
+}
+
+} // namespace blur_detail
+
+#else
+
+namespace blur_detail {
+template <class C> MipKernels<C> const* mipKernelsAvx2() {
+    return nullptr;
+}
+} // namespace blur_detail
+
+#endif
+
+namespace blur_detail {
+
+template <class C> MipKernels<C> const* chosenMipKernels() {
+    static MipKernels<C> const* const chosen = processorHasAvx2() ? mipKernelsAvx2<C>() : nullptr;
+    return chosen;
+}
+
+template MipKernels<unsigned char> const* mipKernelsAvx2();
+template MipKernels<unsigned short> const* mipKernelsAvx2();
+template MipKernels<float> const* mipKernelsAvx2();
+template MipKernels<unsigned char> const* chosenMipKernels();
+template MipKernels<unsigned short> const* chosenMipKernels();
+template MipKernels<float> const* chosenMipKernels();
+
+} // namespace blur_detail
