@@ -14,10 +14,12 @@
 
 namespace blur_detail {
 
-// kernels null keeps the portable interior.
+// kernels null keeps the portable interior. With a source, a packed image of the same size, that
+// image is smoothed into pixels instead; the scratch block is taken all the same, so memory
+// fails as it would.
 template <class C, int N>
 int smooth3x3(PluginHost_API* host, C* pixels, int width, int height,
-              MipKernels<C> const* kernels = chosenMipKernels<C>()) {
+              MipKernels<C> const* kernels = chosenMipKernels<C>(), C const* source = nullptr) {
     static int const _weights[9] = {1, 2, 1, 2, 4, 2, 1, 2, 1};
     // The host counts bytes in an int: a larger image is memory that cannot be had.
     std::size_t const bytes = std::size_t(width) * std::size_t(height) * N * sizeof(C);
@@ -30,7 +32,8 @@ int smooth3x3(PluginHost_API* host, C* pixels, int width, int height,
         host->deallocMemory(handle);
         return 1;
     }
-    std::memcpy(copy, pixels, bytes);
+    if (!source) std::memcpy(copy, pixels, bytes);
+    C const* const from = source ? source : copy;
     std::ptrdiff_t const stride = std::ptrdiff_t(width) * N;
 
     auto store = [&](C* out, auto const& tap) {
@@ -50,7 +53,7 @@ int smooth3x3(PluginHost_API* host, C* pixels, int width, int height,
     // Interior: no clamping, a row at a time over its channel values. Integer sums are exact
     // in any order; float ones add the nine products in the table's order.
     for (int y = 1; y < height - 1; ++y) {
-        C const* up = copy + (y - 1) * stride + N;
+        C const* up = from + (y - 1) * stride + N;
         C const* mid = up + stride;
         C const* down = mid + stride;
         C* out = pixels + y * stride + N;
@@ -86,7 +89,7 @@ int smooth3x3(PluginHost_API* host, C* pixels, int width, int height,
             int tx = x + k % 3 - 1, ty = y + k / 3 - 1;
             tx = tx < 0 ? 0 : (tx > width - 1 ? width - 1 : tx);
             ty = ty < 0 ? 0 : (ty > height - 1 ? height - 1 : ty);
-            return copy + ty * stride + tx * N;
+            return from + ty * stride + tx * N;
         });
     };
     for (int y = 0; y < height; ++y) {

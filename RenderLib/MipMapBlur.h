@@ -210,12 +210,25 @@ int mipMapBlur(PluginHost_API* host, TX_Line2D& line, float radius, PluginRaster
             lv.data = static_cast<unsigned char*>(
                 blocks.take(std::size_t(lv.rowBytes) * std::size_t(lv.height)));
             if (!lv.data) return 1;
+            bool const smooth = lv.width > 2 && lv.height > 2;
+            // A packed picture is smoothed straight into level 1, without a copy between.
+            C const* from = k == 1 && smooth && raster->rowBytes == lv.rowBytes
+                                ? reinterpret_cast<C const*>(raster->data)
+                                : nullptr;
             if (k == 1) {
-                for (int y = 0; y < height; ++y)
-                    std::memcpy(lv.data + y * lv.rowBytes, raster->row(y), lv.rowBytes);
+                if (!from)
+                    for (int y = 0; y < height; ++y)
+                        std::memcpy(lv.data + y * lv.rowBytes, raster->row(y), lv.rowBytes);
             } else {
                 for (int y = 0; y < lv.height; ++y) {
                     C* out = reinterpret_cast<C*>(lv.data + y * lv.rowBytes);
+                    if constexpr (!std::is_floating_point_v<C>) {
+                        // 2x and 2y never pass the source's last column and row, so the four
+                        // reads below are of one pixel, and their mean in integers is that pixel.
+                        for (int x = 0; x < lv.width; ++x)
+                            std::memcpy(out + x * N, src.at(2 * x, 2 * y), sizeof(C) * N);
+                        continue;
+                    }
                     int const sy = 2 * y, cy = sy > src.height - 1 ? 1 : 0;
                     for (int x = 0; x < lv.width; ++x, out += N) {
                         int const sx = 2 * x, cx = sx > src.width - 1 ? 1 : 0;
@@ -230,9 +243,8 @@ int mipMapBlur(PluginHost_API* host, TX_Line2D& line, float radius, PluginRaster
                     }
                 }
             }
-            if (lv.width > 2 && lv.height > 2 &&
-                smooth3x3<C, N>(host, reinterpret_cast<C*>(lv.data), lv.width, lv.height,
-                                kernels) != 0)
+            if (smooth && smooth3x3<C, N>(host, reinterpret_cast<C*>(lv.data), lv.width, lv.height,
+                                          kernels, from) != 0)
                 return 1;
         }
 
