@@ -76,7 +76,7 @@ MIRREL_AVX2 void smoothRow(float const* up, float const* mid, float const* down,
     std::ptrdiff_t v = 0;
     for (; v + 8 <= values; v += 8) {
         __m256 sum = _mm256_setzero_ps();
-        #pragma GCC unroll 9
+#pragma GCC unroll 9
         for (int k = 0; k < 9; ++k)
             sum = _mm256_add_ps(
                 sum, _mm256_mul_ps(_mm256_set1_ps(weights[k]), _mm256_loadu_ps(taps[k] + v)));
@@ -84,7 +84,7 @@ MIRREL_AVX2 void smoothRow(float const* up, float const* mid, float const* down,
     }
     for (; v < values; ++v) {
         float sum = 0.0f;
-        #pragma GCC unroll 9
+#pragma GCC unroll 9
         for (int k = 0; k < 9; ++k) sum += weights[k] * taps[k][v];
         out[v] = sum * 0.0625f;
     }
@@ -120,7 +120,7 @@ MIRREL_AVX2_INLINE Px gather(u16 const* row, __m256i idx) {
 MIRREL_AVX2_INLINE Px gather(float const* row, __m256i idx) {
     __m256i const at = _mm256_slli_epi32(idx, 2);
     Px p;
-    #pragma GCC unroll 4
+#pragma GCC unroll 4
     for (int c = 0; c < 4; ++c)
         p.c[c] = _mm256_i32gather_ps(row, _mm256_add_epi32(at, _mm256_set1_epi32(c)), 4);
     return p;
@@ -160,7 +160,7 @@ MIRREL_AVX2_INLINE __m256 loadAlpha(float const* p, int alpha) {
 // Stores truncate each lane to int and keep the channel type's low bits, as the portable C(int).
 MIRREL_AVX2_INLINE void store(u8* p, Px const& v) {
     __m256i out = _mm256_setzero_si256();
-    #pragma GCC unroll 4
+#pragma GCC unroll 4
     for (int c = 0; c < 4; ++c)
         out = _mm256_or_si256(out, _mm256_sllv_epi32(_mm256_and_si256(_mm256_cvttps_epi32(v.c[c]),
                                                                       _mm256_set1_epi32(255)),
@@ -198,7 +198,7 @@ template <class C> MIRREL_AVX2_INLINE __m256 truncated(__m256 v) {
 
 template <class C> MIRREL_AVX2_INLINE Px lerp(Px const& a, Px const& b, __m256 f) {
     Px r;
-    #pragma GCC unroll 4
+#pragma GCC unroll 4
     for (int c = 0; c < 4; ++c)
         r.c[c] =
             truncated<C>(_mm256_add_ps(a.c[c], _mm256_mul_ps(_mm256_sub_ps(b.c[c], a.c[c]), f)));
@@ -265,15 +265,138 @@ MIRREL_AVX2_INLINE bool eight(MipLevel<C, 4> const* level, int L, int k, C* px, 
             m = lerp<C>(c, sample(level[k + 1], x, y), f);
         } else {
             __m256 const keep = _mm256_sub_ps(_mm256_set1_ps(1.0f), f);
-            #pragma GCC unroll 4
+#pragma GCC unroll 4
             for (int ch = 0; ch < 4; ++ch) m.c[ch] = truncated<C>(_mm256_mul_ps(c.c[ch], keep));
         }
-        #pragma GCC unroll 4
+#pragma GCC unroll 4
         for (int ch = 0; ch < 4; ++ch) c.c[ch] = _mm256_blendv_ps(c.c[ch], m.c[ch], mixed);
     }
-    #pragma GCC unroll 4
+#pragma GCC unroll 4
     for (int ch = 0; ch < 4; ++ch) c.c[ch] = _mm256_mul_ps(c.c[ch], a);
     store(px, c);
+    return true;
+}
+
+// 8 bits: every mix of the pyramid is exact in float before its truncation (a difference of at
+// most 255 times a weight of at most 8 fractional bits, or of 16 for the level weight q / 2^16,
+// fits float's 24 bits), so each is (a * (2^s - m) + b * m) >> s in integers. Pixels 0-3 and 4-7
+// sit in two registers of 16-bit lanes, channels in pixel order.
+struct Wide {
+    __m256i lo, hi;
+};
+
+MIRREL_AVX2_INLINE Wide widen(__m256i px) {
+    return {_mm256_cvtepu8_epi16(_mm256_castsi256_si128(px)),
+            _mm256_cvtepu8_epi16(_mm256_extracti128_si256(px, 1))};
+}
+
+// A value below 2^16 per pixel (32-bit lanes) in each 16-bit lane of its four channels.
+MIRREL_AVX2_INLINE Wide spread(__m256i v) {
+    __m256i const lo = _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(0, 0, 1, 1, 2, 2, 3, 3));
+    __m256i const hi = _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(4, 4, 5, 5, 6, 6, 7, 7));
+    return {_mm256_or_si256(lo, _mm256_slli_epi32(lo, 16)),
+            _mm256_or_si256(hi, _mm256_slli_epi32(hi, 16))};
+}
+
+// (a * wa + b * wb) >> s, wa + wb = 2^s <= 256: the sums stay below 2^16. A clamped read has
+// a == b and a weight beyond 2^s; the lanes wrap, but the sum is a * 2^s all the same.
+MIRREL_AVX2_INLINE __m256i mix(__m256i a, __m256i b, __m256i wa, __m256i wb, __m128i s) {
+    return _mm256_srl_epi16(_mm256_add_epi16(_mm256_mullo_epi16(a, wa), _mm256_mullo_epi16(b, wb)),
+                            s);
+}
+MIRREL_AVX2_INLINE Wide mix(Wide a, Wide b, Wide wa, Wide wb, __m128i s) {
+    return {mix(a.lo, b.lo, wa.lo, wb.lo, s), mix(a.hi, b.hi, wa.hi, wb.hi, s)};
+}
+
+MIRREL_AVX2_INLINE Wide sample8(MipLevel<u8, 4> const& lv, int x, int y) {
+    int const s = lv.shift;
+    if (s == 0) return widen(_mm256_loadu_si256(reinterpret_cast<__m256i const*>(lv.at(x, y))));
+    int const half = 1 << (s - 1), unit = 1 << s;
+    int const Y = std::max(y - half, 0), iy = std::min(Y >> s, lv.height - 1);
+    int const jy = iy == lv.height - 1 ? iy : iy + 1, my = Y - (iy << s);
+    __m128i const shift = _mm_cvtsi32_si128(s);
+    __m256i const last = _mm256_set1_epi32(lv.width - 1);
+    __m256i const X = _mm256_max_epi32(_mm256_add_epi32(_mm256_set1_epi32(x - half), iota()),
+                                       _mm256_setzero_si256());
+    __m256i const ix = _mm256_min_epi32(_mm256_srl_epi32(X, shift), last);
+    __m256i const mx = _mm256_sub_epi32(X, _mm256_sll_epi32(ix, shift));
+    __m256i const jx = _mm256_sub_epi32(
+        ix, _mm256_andnot_si256(_mm256_cmpeq_epi32(ix, last), _mm256_set1_epi32(-1)));
+    Wide const wb = spread(_mm256_and_si256(mx, _mm256_set1_epi32(0xffff)));
+    Wide const wa = spread(
+        _mm256_and_si256(_mm256_sub_epi32(_mm256_set1_epi32(unit), mx), _mm256_set1_epi32(0xffff)));
+    int const* top = reinterpret_cast<int const*>(lv.at(0, iy));
+    int const* bottom = reinterpret_cast<int const*>(lv.at(0, jy));
+    __m256i tl, tr, bl, br;
+    // Eight pixels read at most six neighbouring texels of a row: two loads and shuffles
+    // where the eight from the first one lie within the row, gathers otherwise.
+    int const ix0 = _mm256_cvtsi256_si32(ix);
+    if (ix0 + 8 <= lv.width) {
+        __m256i const i = _mm256_sub_epi32(ix, _mm256_set1_epi32(ix0));
+        __m256i const j = _mm256_sub_epi32(jx, _mm256_set1_epi32(ix0));
+        __m256i const t = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(top + ix0));
+        __m256i const b = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(bottom + ix0));
+        tl = _mm256_permutevar8x32_epi32(t, i), tr = _mm256_permutevar8x32_epi32(t, j);
+        bl = _mm256_permutevar8x32_epi32(b, i), br = _mm256_permutevar8x32_epi32(b, j);
+    } else {
+        tl = _mm256_i32gather_epi32(top, ix, 4), tr = _mm256_i32gather_epi32(top, jx, 4);
+        bl = _mm256_i32gather_epi32(bottom, ix, 4), br = _mm256_i32gather_epi32(bottom, jx, 4);
+    }
+    Wide const upper = mix(widen(tl), widen(tr), wa, wb, shift);
+    Wide const lower = mix(widen(bl), widen(br), wa, wb, shift);
+    __m256i const vb = _mm256_set1_epi16(short(my)), va = _mm256_set1_epi16(short(unit - my));
+    return {mix(upper.lo, lower.lo, va, vb, shift), mix(upper.hi, lower.hi, va, vb, shift)};
+}
+
+// c + floor((n - c) * q / 2^16) for q in [0, 2^16]: the signed high product with q read as
+// signed is floor(d * q / 2^16) - d where q >= 2^15; q = 2^16 gives n.
+MIRREL_AVX2_INLINE __m256i towards(__m256i c, __m256i n, __m256i q, __m256i whole) {
+    __m256i const d = _mm256_sub_epi16(n, c);
+    __m256i const t =
+        _mm256_add_epi16(_mm256_mulhi_epi16(d, q), _mm256_and_si256(d, _mm256_srai_epi16(q, 15)));
+    return _mm256_blendv_epi8(_mm256_add_epi16(c, t), n, whole);
+}
+
+// The channels of pixels p and p + 1 (16-bit lanes) times their alpha, truncated.
+MIRREL_AVX2_INLINE __m256i scaled(__m128i two, __m256 a, int p) {
+    __m256 const ap =
+        _mm256_permutevar8x32_ps(a, _mm256_setr_epi32(p, p, p, p, p + 1, p + 1, p + 1, p + 1));
+    return _mm256_cvttps_epi32(_mm256_mul_ps(toFloat(_mm256_cvtepu16_epi32(two)), ap));
+}
+
+MIRREL_AVX2_INLINE bool eight8(MipLevel<u8, 4> const* level, int L, int k, u8* px, int x, int y,
+                               float rowBase, float dX, float radius, int alpha, float scale) {
+    __m256 const a = _mm256_mul_ps(loadAlpha(px, alpha), _mm256_set1_ps(scale));
+    if (_mm256_movemask_ps(_mm256_cmp_ps(a, _mm256_setzero_ps(), _CMP_EQ_OQ))) return false;
+    __m256 const d = _mm256_add_ps(
+        _mm256_mul_ps(toFloat(_mm256_add_epi32(_mm256_set1_epi32(x), iota())), _mm256_set1_ps(dX)),
+        _mm256_set1_ps(rowBase));
+    __m256i q = _mm256_cvttps_epi32(
+        _mm256_mul_ps(_mm256_mul_ps(d, _mm256_set1_ps(radius)), _mm256_set1_ps(65536.0f)));
+    if (k >= 1)
+        q = _mm256_sub_epi32(_mm256_slli_epi32(_mm256_sra_epi32(q, _mm_cvtsi32_si128(k)), 1),
+                             _mm256_set1_epi32(65536));
+    // The level weight q / 2^16, held to [0, 1] as the float weight is.
+    q = _mm256_min_epi32(_mm256_max_epi32(q, _mm256_setzero_si256()), _mm256_set1_epi32(65536));
+    Wide c = sample8(level[k], x, y);
+    if (!_mm256_testz_si256(q, q)) {
+        Wide const n = k < L - 1 ? sample8(level[k + 1], x, y)
+                                 : Wide{_mm256_setzero_si256(), _mm256_setzero_si256()};
+        Wide const w = spread(_mm256_and_si256(q, _mm256_set1_epi32(0xffff)));
+        Wide const whole = spread(_mm256_cmpeq_epi32(q, _mm256_set1_epi32(65536)));
+        c = {towards(c.lo, n.lo, w.lo, whole.lo), towards(c.hi, n.hi, w.hi, whole.hi)};
+    }
+    // Times the pixel's own alpha, in float; the products stay below 255.
+    __m256i const r0 = scaled(_mm256_castsi256_si128(c.lo), a, 0);
+    __m256i const r1 = scaled(_mm256_extracti128_si256(c.lo, 1), a, 2);
+    __m256i const r2 = scaled(_mm256_castsi256_si128(c.hi), a, 4);
+    __m256i const r3 = scaled(_mm256_extracti128_si256(c.hi, 1), a, 6);
+    // The packs leave the pixels in the order 0 2 4 6 1 3 5 7.
+    __m256i const packed =
+        _mm256_packus_epi16(_mm256_packus_epi32(r0, r1), _mm256_packus_epi32(r2, r3));
+    _mm256_storeu_si256(
+        reinterpret_cast<__m256i*>(px),
+        _mm256_permutevar8x32_epi32(packed, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7)));
     return true;
 }
 
@@ -293,9 +416,14 @@ MIRREL_AVX2 void pixelRow(MipLevel<C, 4> const* level, int L, C* row, int y, int
     for (; x + 8 <= width; x += 8) {
         C* px = row + std::ptrdiff_t(x) * 4;
         int const k = levelOf(float(x) * dX + rowBase, radius, nullptr);
-        if (k > L - 1 || levelOf(float(x + 7) * dX + rowBase, radius, nullptr) != k ||
-            !eight(level, L, k, px, x, y, rowBase, dX, radius, alpha, scale))
-            mipRow<C, 4>(level, L, px, y, x, x + 8, rowBase, dX, radius, alpha, scale);
+        bool done = false;
+        if (k <= L - 1 && levelOf(float(x + 7) * dX + rowBase, radius, nullptr) == k) {
+            if constexpr (std::is_same_v<C, u8>)
+                done = eight8(level, L, k, px, x, y, rowBase, dX, radius, alpha, scale);
+            else
+                done = eight(level, L, k, px, x, y, rowBase, dX, radius, alpha, scale);
+        }
+        if (!done) mipRow<C, 4>(level, L, px, y, x, x + 8, rowBase, dX, radius, alpha, scale);
     }
     mipRow<C, 4>(level, L, row + std::ptrdiff_t(x) * 4, y, x, width, rowBase, dX, radius, alpha,
                  scale);
