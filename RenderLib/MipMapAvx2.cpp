@@ -205,76 +205,12 @@ template <class C> MIRREL_AVX2_INLINE Px lerp(Px const& a, Px const& b, __m256 f
     return r;
 }
 
-// sampleLevel for the eight pixels x, x + 1, ... of row y.
-template <class C> MIRREL_AVX2_INLINE Px sample(MipLevel<C, 4> const& lv, int x, int y) {
-    int const s = lv.shift;
-    if (s == 0) return load(lv.at(x, y));
-    int const half = 1 << (s - 1);
-    // Dividing by 2^s is multiplying by 2^-s, to the bit.
-    float const inverse = std::bit_cast<float>((127 - s) << 23);
-    int const Y = std::max(y - half, 0), iy = std::min(Y >> s, lv.height - 1);
-    int const jy = iy == lv.height - 1 ? iy : iy + 1;
-    __m256 const fy = _mm256_set1_ps(float(Y - (iy << s)) * inverse);
-    __m128i const shift = _mm_cvtsi32_si128(s);
-    __m256i const last = _mm256_set1_epi32(lv.width - 1);
-    __m256i const X = _mm256_max_epi32(_mm256_add_epi32(_mm256_set1_epi32(x - half), iota()),
-                                       _mm256_setzero_si256());
-    __m256i const ix = _mm256_min_epi32(_mm256_srl_epi32(X, shift), last);
-    __m256 const fx = _mm256_mul_ps(toFloat(_mm256_sub_epi32(X, _mm256_sll_epi32(ix, shift))),
-                                    _mm256_set1_ps(inverse));
-    __m256i const jx = _mm256_sub_epi32(
-        ix, _mm256_andnot_si256(_mm256_cmpeq_epi32(ix, last), _mm256_set1_epi32(-1)));
-    C const *top = lv.at(0, iy), *bottom = lv.at(0, jy);
-    Px const upper = lerp<C>(gather(top, ix), gather(top, jx), fx);
-    Px const lower = lerp<C>(gather(bottom, ix), gather(bottom, jx), fx);
-    return lerp<C>(upper, lower, fy);
-}
-
 // Level of a distance, as the portable loop finds it.
-inline int levelOf(float d, float radius, int* q) {
-    int v = truncToInt(d * radius * 65536.0f);
+inline int levelOf(float d, float radius) {
+    int q = truncToInt(d * radius * 65536.0f);
     int lvl = 0;
-    while (v > 65536) v >>= 1, ++lvl;
-    if (q) *q = v;
+    while (q > 65536) q >>= 1, ++lvl;
     return lvl;
-}
-
-// Eight pixels that all have alpha and lie on level k of the pyramid; false, with nothing
-// written, if some pixel has none.
-template <class C>
-MIRREL_AVX2_INLINE bool eight(MipLevel<C, 4> const* level, int L, int k, C* px, int x, int y,
-                              float rowBase, float dX, float radius, int alpha, float scale) {
-    __m256 const a = _mm256_mul_ps(loadAlpha(px, alpha), _mm256_set1_ps(scale));
-    if (_mm256_movemask_ps(_mm256_cmp_ps(a, _mm256_setzero_ps(), _CMP_EQ_OQ))) return false;
-    __m256 const d = _mm256_add_ps(
-        _mm256_mul_ps(toFloat(_mm256_add_epi32(_mm256_set1_epi32(x), iota())), _mm256_set1_ps(dX)),
-        _mm256_set1_ps(rowBase));
-    // Every lane is on level k, so q < 2^26 and the plain conversion is the saturating one.
-    __m256i q = _mm256_cvttps_epi32(
-        _mm256_mul_ps(_mm256_mul_ps(d, _mm256_set1_ps(radius)), _mm256_set1_ps(65536.0f)));
-    if (k >= 1)
-        q = _mm256_sub_epi32(_mm256_slli_epi32(_mm256_sra_epi32(q, _mm_cvtsi32_si128(k)), 1),
-                             _mm256_set1_epi32(65536));
-    __m256 f = _mm256_mul_ps(toFloat(q), _mm256_set1_ps(1.5258789e-05f));
-    f = _mm256_min_ps(_mm256_max_ps(f, _mm256_setzero_ps()), _mm256_set1_ps(1.0f));
-    Px c = sample(level[k], x, y);
-    __m256 const mixed = _mm256_cmp_ps(f, _mm256_setzero_ps(), _CMP_GT_OQ);
-    if (_mm256_movemask_ps(mixed)) {
-        Px m;
-        if (k < L - 1) {
-            m = lerp<C>(c, sample(level[k + 1], x, y), f);
-        } else {
-            __m256 const keep = _mm256_sub_ps(_mm256_set1_ps(1.0f), f);
-#pragma GCC unroll 4
-            for (int ch = 0; ch < 4; ++ch) m.c[ch] = truncated<C>(_mm256_mul_ps(c.c[ch], keep));
-        }
-#pragma GCC unroll 4
-        for (int ch = 0; ch < 4; ++ch) c.c[ch] = _mm256_blendv_ps(c.c[ch], m.c[ch], mixed);
-    }
-#pragma GCC unroll 4
-    for (int ch = 0; ch < 4; ++ch) c.c[ch] = _mm256_mul_ps(c.c[ch], a);
-    store(px, c);
-    return true;
 }
 
 // 8 bits: every mix of the pyramid is exact in float before its truncation (a difference of at
@@ -288,6 +224,9 @@ struct Wide {
 MIRREL_AVX2_INLINE Wide widen(__m256i px) {
     return {_mm256_cvtepu8_epi16(_mm256_castsi256_si128(px)),
             _mm256_cvtepu8_epi16(_mm256_extracti128_si256(px, 1))};
+}
+MIRREL_AVX2_INLINE Wide widen(u8 const* p) {
+    return widen(_mm256_loadu_si256(reinterpret_cast<__m256i const*>(p)));
 }
 
 // A value below 2^16 per pixel (32-bit lanes) in each 16-bit lane of its four channels.
@@ -308,43 +247,100 @@ MIRREL_AVX2_INLINE Wide mix(Wide a, Wide b, Wide wa, Wide wb, __m128i s) {
     return {mix(a.lo, b.lo, wa.lo, wb.lo, s), mix(a.hi, b.hi, wa.hi, wb.hi, s)};
 }
 
-MIRREL_AVX2_INLINE Wide sample8(MipLevel<u8, 4> const& lv, int x, int y) {
-    int const s = lv.shift;
-    if (s == 0) return widen(_mm256_loadu_si256(reinterpret_cast<__m256i const*>(lv.at(x, y))));
-    int const half = 1 << (s - 1), unit = 1 << s;
-    int const Y = std::max(y - half, 0), iy = std::min(Y >> s, lv.height - 1);
-    int const jy = iy == lv.height - 1 ? iy : iy + 1, my = Y - (iy << s);
+// Texel row `texels` of a level of shift s > 0 mixed across for the eight picture columns
+// from x, packed back to 8 bits.
+MIRREL_AVX2_INLINE __m256i across8(int const* texels, int levelWidth, int s, int x) {
+    int const half = 1 << (s - 1);
     __m128i const shift = _mm_cvtsi32_si128(s);
-    __m256i const last = _mm256_set1_epi32(lv.width - 1);
+    __m256i const last = _mm256_set1_epi32(levelWidth - 1);
     __m256i const X = _mm256_max_epi32(_mm256_add_epi32(_mm256_set1_epi32(x - half), iota()),
                                        _mm256_setzero_si256());
     __m256i const ix = _mm256_min_epi32(_mm256_srl_epi32(X, shift), last);
     __m256i const mx = _mm256_sub_epi32(X, _mm256_sll_epi32(ix, shift));
     __m256i const jx = _mm256_sub_epi32(
         ix, _mm256_andnot_si256(_mm256_cmpeq_epi32(ix, last), _mm256_set1_epi32(-1)));
-    Wide const wb = spread(_mm256_and_si256(mx, _mm256_set1_epi32(0xffff)));
-    Wide const wa = spread(
-        _mm256_and_si256(_mm256_sub_epi32(_mm256_set1_epi32(unit), mx), _mm256_set1_epi32(0xffff)));
-    int const* top = reinterpret_cast<int const*>(lv.at(0, iy));
-    int const* bottom = reinterpret_cast<int const*>(lv.at(0, jy));
-    __m256i tl, tr, bl, br;
-    // Eight pixels read at most six neighbouring texels of a row: two loads and shuffles
-    // where the eight from the first one lie within the row, gathers otherwise.
+    __m256i const low = _mm256_set1_epi32(0xffff);
+    Wide const wb = spread(_mm256_and_si256(mx, low));
+    Wide const wa = spread(_mm256_and_si256(_mm256_sub_epi32(_mm256_set1_epi32(1 << s), mx), low));
+    __m256i left, right;
+    // Eight columns read at most six neighbouring texels: one load and shuffles where the
+    // eight from the first lie within the row, gathers otherwise.
     int const ix0 = _mm256_cvtsi256_si32(ix);
-    if (ix0 + 8 <= lv.width) {
-        __m256i const i = _mm256_sub_epi32(ix, _mm256_set1_epi32(ix0));
-        __m256i const j = _mm256_sub_epi32(jx, _mm256_set1_epi32(ix0));
-        __m256i const t = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(top + ix0));
-        __m256i const b = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(bottom + ix0));
-        tl = _mm256_permutevar8x32_epi32(t, i), tr = _mm256_permutevar8x32_epi32(t, j);
-        bl = _mm256_permutevar8x32_epi32(b, i), br = _mm256_permutevar8x32_epi32(b, j);
+    if (ix0 + 8 <= levelWidth) {
+        __m256i const t = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(texels + ix0));
+        left = _mm256_permutevar8x32_epi32(t, _mm256_sub_epi32(ix, _mm256_set1_epi32(ix0)));
+        right = _mm256_permutevar8x32_epi32(t, _mm256_sub_epi32(jx, _mm256_set1_epi32(ix0)));
     } else {
-        tl = _mm256_i32gather_epi32(top, ix, 4), tr = _mm256_i32gather_epi32(top, jx, 4);
-        bl = _mm256_i32gather_epi32(bottom, ix, 4), br = _mm256_i32gather_epi32(bottom, jx, 4);
+        left = _mm256_i32gather_epi32(texels, ix, 4), right = _mm256_i32gather_epi32(texels, jx, 4);
     }
-    Wide const upper = mix(widen(tl), widen(tr), wa, wb, shift);
-    Wide const lower = mix(widen(bl), widen(br), wa, wb, shift);
-    __m256i const vb = _mm256_set1_epi16(short(my)), va = _mm256_set1_epi16(short(unit - my));
+    Wide const m = mix(widen(left), widen(right), wa, wb, shift);
+    // The pack leaves the pixel pairs in the order 01 45 23 67.
+    return _mm256_permute4x64_epi64(_mm256_packus_epi16(m.lo, m.hi), 0xD8);
+}
+
+// Texel row r of a level of shift s > 0 mixed across for every picture column: the top (or
+// bottom) pixel that sampleLevel mixes down, so one row serves all picture rows that read it.
+template <class C> MIRREL_AVX2 void acrossRow(MipLevel<C, 4> const& lv, int r, int width, C* out) {
+    int const s = lv.shift, half = 1 << (s - 1);
+    C const* texels = lv.at(0, r);
+    int x = 0;
+    if constexpr (std::is_same_v<C, u8>)
+        for (; x + 8 <= width; x += 8)
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * x),
+                                across8(reinterpret_cast<int const*>(texels), lv.width, s, x));
+    for (; x < width; ++x) {
+        int const X = std::max(x - half, 0), ix = std::min(X >> s, lv.width - 1);
+        int const jx = ix == lv.width - 1 ? ix : ix + 1;
+        float const fx = float(X - (ix << s)) / float(1 << s);
+        for (int c = 0; c < 4; ++c)
+            out[4 * x + c] = lerpUnit(texels[4 * ix + c], texels[4 * jx + c], fx);
+    }
+}
+
+// What the pixels of one picture row read from one level: its own row (s = 0), or the two
+// rows mixed across, to be mixed down by my / 2^s.
+template <class C> struct LevelRow {
+    C const *top, *bottom;
+    int s, my;
+};
+
+// The rows mixed across kept for the picture: two a level, by the parity of the texel row.
+// Picture rows read texel rows that only grow, so each is mixed across once.
+template <class C> struct Held {
+    C* rows;
+    int width;
+    int texelRow[20];
+    MIRREL_AVX2_INLINE C const* get(MipLevel<C, 4> const& lv, int k, int r) {
+        int const slot = 2 * k + (r & 1);
+        C* out = rows + std::ptrdiff_t(slot) * width * 4;
+        if (texelRow[slot] != r) acrossRow(lv, r, width, out), texelRow[slot] = r;
+        return out;
+    }
+};
+
+template <class C>
+MIRREL_AVX2_INLINE LevelRow<C> levelRow(MipLevel<C, 4> const& lv, int k, int y, Held<C>& held) {
+    int const s = lv.shift;
+    if (s == 0) return {lv.at(0, y), nullptr, 0, 0};
+    int const half = 1 << (s - 1);
+    int const Y = std::max(y - half, 0), iy = std::min(Y >> s, lv.height - 1);
+    int const jy = iy == lv.height - 1 ? iy : iy + 1;
+    return {held.get(lv, k, iy), held.get(lv, k, jy), s, Y - (iy << s)};
+}
+
+// sampleLevel for the eight pixels from column x.
+template <class C> MIRREL_AVX2_INLINE Px sample(LevelRow<C> const& lr, int x) {
+    if (lr.s == 0) return load(lr.top + 4 * x);
+    // Dividing by 2^s is multiplying by 2^-s, to the bit.
+    float const fy = float(lr.my) * std::bit_cast<float>((127 - lr.s) << 23);
+    return lerp<C>(load(lr.top + 4 * x), load(lr.bottom + 4 * x), _mm256_set1_ps(fy));
+}
+MIRREL_AVX2_INLINE Wide sample8(LevelRow<u8> const& lr, int x) {
+    if (lr.s == 0) return widen(lr.top + 4 * x);
+    __m256i const vb = _mm256_set1_epi16(short(lr.my));
+    __m256i const va = _mm256_set1_epi16(short((1 << lr.s) - lr.my));
+    Wide const upper = widen(lr.top + 4 * x), lower = widen(lr.bottom + 4 * x);
+    __m128i const shift = _mm_cvtsi32_si128(lr.s);
     return {mix(upper.lo, lower.lo, va, vb, shift), mix(upper.hi, lower.hi, va, vb, shift)};
 }
 
@@ -364,10 +360,9 @@ MIRREL_AVX2_INLINE __m256i scaled(__m128i two, __m256 a, int p) {
     return _mm256_cvttps_epi32(_mm256_mul_ps(toFloat(_mm256_cvtepu16_epi32(two)), ap));
 }
 
-MIRREL_AVX2_INLINE bool eight8(MipLevel<u8, 4> const* level, int L, int k, u8* px, int x, int y,
-                               float rowBase, float dX, float radius, int alpha, float scale) {
-    __m256 const a = _mm256_mul_ps(loadAlpha(px, alpha), _mm256_set1_ps(scale));
-    if (_mm256_movemask_ps(_mm256_cmp_ps(a, _mm256_setzero_ps(), _CMP_EQ_OQ))) return false;
+// q of the eight pixels from column x, every one on level k of the pyramid (so q < 2^26 and
+// the plain conversion is the saturating one), taken down to the weight of level k + 1.
+MIRREL_AVX2_INLINE __m256i levelWeight(int k, int x, float rowBase, float dX, float radius) {
     __m256 const d = _mm256_add_ps(
         _mm256_mul_ps(toFloat(_mm256_add_epi32(_mm256_set1_epi32(x), iota())), _mm256_set1_ps(dX)),
         _mm256_set1_ps(rowBase));
@@ -376,11 +371,51 @@ MIRREL_AVX2_INLINE bool eight8(MipLevel<u8, 4> const* level, int L, int k, u8* p
     if (k >= 1)
         q = _mm256_sub_epi32(_mm256_slli_epi32(_mm256_sra_epi32(q, _mm_cvtsi32_si128(k)), 1),
                              _mm256_set1_epi32(65536));
+    return q;
+}
+
+// Eight pixels that all have alpha and lie on level k of the pyramid; false, with nothing
+// written, if some pixel has none.
+template <class C>
+MIRREL_AVX2_INLINE bool eight(MipLevel<C, 4> const* level, int L, int k, Held<C>& held, C* px,
+                              int x, int y, float rowBase, float dX, float radius, int alpha,
+                              float scale) {
+    __m256 const a = _mm256_mul_ps(loadAlpha(px, alpha), _mm256_set1_ps(scale));
+    if (_mm256_movemask_ps(_mm256_cmp_ps(a, _mm256_setzero_ps(), _CMP_EQ_OQ))) return false;
+    __m256i const q = levelWeight(k, x, rowBase, dX, radius);
+    __m256 f = _mm256_mul_ps(toFloat(q), _mm256_set1_ps(1.5258789e-05f));
+    f = _mm256_min_ps(_mm256_max_ps(f, _mm256_setzero_ps()), _mm256_set1_ps(1.0f));
+    Px c = sample(levelRow(level[k], k, y, held), x);
+    __m256 const mixed = _mm256_cmp_ps(f, _mm256_setzero_ps(), _CMP_GT_OQ);
+    if (_mm256_movemask_ps(mixed)) {
+        Px m;
+        if (k < L - 1) {
+            m = lerp<C>(c, sample(levelRow(level[k + 1], k + 1, y, held), x), f);
+        } else {
+            __m256 const keep = _mm256_sub_ps(_mm256_set1_ps(1.0f), f);
+#pragma GCC unroll 4
+            for (int ch = 0; ch < 4; ++ch) m.c[ch] = truncated<C>(_mm256_mul_ps(c.c[ch], keep));
+        }
+#pragma GCC unroll 4
+        for (int ch = 0; ch < 4; ++ch) c.c[ch] = _mm256_blendv_ps(c.c[ch], m.c[ch], mixed);
+    }
+#pragma GCC unroll 4
+    for (int ch = 0; ch < 4; ++ch) c.c[ch] = _mm256_mul_ps(c.c[ch], a);
+    store(px, c);
+    return true;
+}
+
+MIRREL_AVX2_INLINE bool eight(MipLevel<u8, 4> const* level, int L, int k, Held<u8>& held, u8* px,
+                              int x, int y, float rowBase, float dX, float radius, int alpha,
+                              float scale) {
+    __m256 const a = _mm256_mul_ps(loadAlpha(px, alpha), _mm256_set1_ps(scale));
+    if (_mm256_movemask_ps(_mm256_cmp_ps(a, _mm256_setzero_ps(), _CMP_EQ_OQ))) return false;
     // The level weight q / 2^16, held to [0, 1] as the float weight is.
+    __m256i q = levelWeight(k, x, rowBase, dX, radius);
     q = _mm256_min_epi32(_mm256_max_epi32(q, _mm256_setzero_si256()), _mm256_set1_epi32(65536));
-    Wide c = sample8(level[k], x, y);
+    Wide c = sample8(levelRow(level[k], k, y, held), x);
     if (!_mm256_testz_si256(q, q)) {
-        Wide const n = k < L - 1 ? sample8(level[k + 1], x, y)
+        Wide const n = k < L - 1 ? sample8(levelRow(level[k + 1], k + 1, y, held), x)
                                  : Wide{_mm256_setzero_si256(), _mm256_setzero_si256()};
         Wide const w = spread(_mm256_and_si256(q, _mm256_set1_epi32(0xffff)));
         Wide const whole = spread(_mm256_cmpeq_epi32(q, _mm256_set1_epi32(65536)));
@@ -405,31 +440,34 @@ MIRREL_AVX2_INLINE bool eight8(MipLevel<u8, 4> const* level, int L, int k, u8* p
 // take the portable loop. The distance grows or falls steadily along a row, in float too, so
 // the level of the first and last pixel of a run bounds those between.
 template <class C>
-MIRREL_AVX2 void pixelRow(MipLevel<C, 4> const* level, int L, C* row, int y, int width,
-                          float rowBase, float dX, float radius, int alpha, float scale) {
-    float const first = float(0) * dX + rowBase, last = float(width - 1) * dX + rowBase;
-    if (!(first >= 0.0f && last >= 0.0f)) {
-        mipRow<C, 4>(level, L, row, y, 0, width, rowBase, dX, radius, alpha, scale);
-        return;
-    }
-    int x = 0;
-    for (; x + 8 <= width; x += 8) {
-        C* px = row + std::ptrdiff_t(x) * 4;
-        int const k = levelOf(float(x) * dX + rowBase, radius, nullptr);
-        bool done = false;
-        if (k <= L - 1 && levelOf(float(x + 7) * dX + rowBase, radius, nullptr) == k) {
-            if constexpr (std::is_same_v<C, u8>)
-                done = eight8(level, L, k, px, x, y, rowBase, dX, radius, alpha, scale);
-            else
-                done = eight(level, L, k, px, x, y, rowBase, dX, radius, alpha, scale);
+MIRREL_AVX2 void pixels(MipLevel<C, 4> const* level, int L, PluginRasterInfo const& raster,
+                        float d0, float dX, float dY, float radius, int alpha, float scale,
+                        void* rows) {
+    int const width = raster.width;
+    Held<C> held{static_cast<C*>(rows), width, {}};
+    for (int& r : held.texelRow) r = -1;
+    for (int y = 0; y < raster.height; ++y) {
+        float const rowBase = d0 + dY * float(y);
+        C* row = reinterpret_cast<C*>(raster.row(y));
+        float const first = float(0) * dX + rowBase, last = float(width - 1) * dX + rowBase;
+        if (!(first >= 0.0f && last >= 0.0f)) {
+            mipRow<C, 4>(level, L, row, y, 0, width, rowBase, dX, radius, alpha, scale);
+            continue;
         }
-        if (!done) mipRow<C, 4>(level, L, px, y, x, x + 8, rowBase, dX, radius, alpha, scale);
+        int x = 0;
+        for (; x + 8 <= width; x += 8) {
+            C* px = row + std::ptrdiff_t(x) * 4;
+            int const k = levelOf(float(x) * dX + rowBase, radius);
+            if (k > L - 1 || levelOf(float(x + 7) * dX + rowBase, radius) != k ||
+                !eight(level, L, k, held, px, x, y, rowBase, dX, radius, alpha, scale))
+                mipRow<C, 4>(level, L, px, y, x, x + 8, rowBase, dX, radius, alpha, scale);
+        }
+        mipRow<C, 4>(level, L, row + std::ptrdiff_t(x) * 4, y, x, width, rowBase, dX, radius, alpha,
+                     scale);
     }
-    mipRow<C, 4>(level, L, row + std::ptrdiff_t(x) * 4, y, x, width, rowBase, dX, radius, alpha,
-                 scale);
 }
 
-template <class C> MipKernels<C> const kKernels = {&smoothRow, &pixelRow<C>};
+template <class C> MipKernels<C> const kKernels = {&smoothRow, &pixels<C>};
 
 } // namespace
 

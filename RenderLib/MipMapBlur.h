@@ -250,16 +250,18 @@ int mipMapBlur(PluginHost_API* host, TX_Line2D& line, float radius, PluginRaster
 
         int const alpha = N == 4 ? P::ALPHA : 0;
         float const scale = unitScale<P>();
-        for (int y = 0; y < height; ++y) {
-            float const rowBase = d0 + dY * float(y);
-            C* px = reinterpret_cast<C*>(raster->row(y));
-            if constexpr (N == 4)
-                if (kernels) {
-                    kernels->pixels(level, L, px, y, width, rowBase, dX, radius, alpha, scale);
-                    continue;
+        if constexpr (N == 4)
+            if (kernels && width >= 8) {
+                // The vector loop keeps, for each level, the two texel rows it reads mixed
+                // across; without the memory the portable loop runs.
+                if (void* rows = blocks.take(std::size_t(2) * L * width * N * sizeof(C))) {
+                    kernels->pixels(level, L, *raster, d0, dX, dY, radius, alpha, scale, rows);
+                    return 0;
                 }
-            mipRow<C, N>(level, L, px, y, 0, width, rowBase, dX, radius, alpha, scale);
-        }
+            }
+        for (int y = 0; y < height; ++y)
+            mipRow<C, N>(level, L, reinterpret_cast<C*>(raster->row(y)), y, 0, width,
+                         d0 + dY * float(y), dX, radius, alpha, scale);
         return 0;
     } catch (...) {
         return 1;

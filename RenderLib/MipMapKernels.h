@@ -1,4 +1,6 @@
 #pragma once
+#include "host/RasterInfo.h"
+
 #include <cstddef>
 
 namespace blur_detail {
@@ -18,12 +20,13 @@ template <class C, int N> struct MipLevel {
 // pixel's operations in the order of the portable loop, so the bits are the same.
 //   smooth: the interior of one row of the 3x3 smoothing: out[v] for v in [0, values) from the
 //           rows up, mid and down, whose neighbours lie `step` values either side.
-//   pixels: the pixel loop of the pyramid over row y of a four-channel picture.
+//   pixels: the pixel loop of the pyramid over a four-channel picture of at least 8 columns;
+//           rows holds 2 * levels rows of the picture's width, packed.
 template <class C> struct MipKernels {
     void (*smooth)(C const* up, C const* mid, C const* down, C* out, std::ptrdiff_t values,
                    int step);
-    void (*pixels)(MipLevel<C, 4> const* level, int levels, C* row, int y, int width, float rowBase,
-                   float dX, float radius, int alpha, float scale);
+    void (*pixels)(MipLevel<C, 4> const* level, int levels, PluginRasterInfo const& raster,
+                   float d0, float dX, float dY, float radius, int alpha, float scale, void* rows);
 };
 
 // The kernels for unsigned char, unsigned short and float channels, or null where the
