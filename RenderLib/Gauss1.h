@@ -50,12 +50,13 @@ int smooth3x3(PluginHost_API* host, C* pixels, int width, int height,
         }
     };
 
-    // Interior: no clamping, a row at a time over its channel values. Integer sums are exact
-    // in any order; float ones add the nine products in the table's order.
-    for (int y = 1; y < height - 1; ++y) {
-        C const* up = from + (y - 1) * stride + N;
-        C const* mid = up + stride;
-        C const* down = mid + stride;
+    // Inner columns, a row at a time over its channel values: the first and last rows read
+    // themselves for the row beyond. Integer sums are exact in any order; float ones add the
+    // nine products in the table's order, as the border below does.
+    for (int y = 0; y < height; ++y) {
+        C const* mid = from + y * stride + N;
+        C const* up = y > 0 ? mid - stride : mid;
+        C const* down = y < height - 1 ? mid + stride : mid;
         C* out = pixels + y * stride + N;
         std::ptrdiff_t const values = std::ptrdiff_t(width - 2) * N;
         if (kernels) {
@@ -83,7 +84,7 @@ int smooth3x3(PluginHost_API* host, C* pixels, int width, int height,
             }
         }
     }
-    // Border: the taps are clamped into the image, repeating the edge.
+    // First and last columns: the taps are clamped into the image, repeating the edge.
     auto border = [&](int x, int y) {
         store(pixels + y * stride + x * N, [&](int k) {
             int tx = x + k % 3 - 1, ty = y + k / 3 - 1;
@@ -93,12 +94,8 @@ int smooth3x3(PluginHost_API* host, C* pixels, int width, int height,
         });
     };
     for (int y = 0; y < height; ++y) {
-        if (y == 0 || y == height - 1) {
-            for (int x = 0; x < width; ++x) border(x, y);
-        } else {
-            border(0, y);
-            if (width > 1) border(width - 1, y);
-        }
+        border(0, y);
+        if (width > 1) border(width - 1, y);
     }
     host->unlockMemory(handle);
     host->deallocMemory(handle);

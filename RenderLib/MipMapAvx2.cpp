@@ -205,12 +205,13 @@ template <class C> MIRREL_AVX2_INLINE Px lerp(Px const& a, Px const& b, __m256 f
     return r;
 }
 
-// Level of a distance, as the portable loop finds it.
+// Level of a distance, the number of halvings that take q to 65536 or below: those that leave
+// it 17 bits long, and one more if it is still above.
 inline int levelOf(float d, float radius) {
-    int q = truncToInt(d * radius * 65536.0f);
-    int lvl = 0;
-    while (q > 65536) q >>= 1, ++lvl;
-    return lvl;
+    int const q = truncToInt(d * radius * 65536.0f);
+    if (q <= 65536) return 0;
+    int const k = std::max(int(std::bit_width(unsigned(q))) - 17, 0);
+    return k + ((q >> k) > 65536 ? 1 : 0);
 }
 
 // 8 bits: every mix of the pyramid is exact in float before its truncation (a difference of at
@@ -381,7 +382,8 @@ MIRREL_AVX2_INLINE bool eight(MipLevel<C, 4> const* level, int L, int k, Held<C>
                               int x, int y, float rowBase, float dX, float radius, int alpha,
                               float scale) {
     __m256 const a = _mm256_mul_ps(loadAlpha(px, alpha), _mm256_set1_ps(scale));
-    if (_mm256_movemask_ps(_mm256_cmp_ps(a, _mm256_setzero_ps(), _CMP_EQ_OQ))) return false;
+    int const clear = _mm256_movemask_ps(_mm256_cmp_ps(a, _mm256_setzero_ps(), _CMP_EQ_OQ));
+    if (clear) return clear == 0xff; // pixels without alpha stay
     __m256i const q = levelWeight(k, x, rowBase, dX, radius);
     __m256 f = _mm256_mul_ps(toFloat(q), _mm256_set1_ps(1.5258789e-05f));
     f = _mm256_min_ps(_mm256_max_ps(f, _mm256_setzero_ps()), _mm256_set1_ps(1.0f));
@@ -409,7 +411,8 @@ MIRREL_AVX2_INLINE bool eight(MipLevel<u8, 4> const* level, int L, int k, Held<u
                               int x, int y, float rowBase, float dX, float radius, int alpha,
                               float scale) {
     __m256 const a = _mm256_mul_ps(loadAlpha(px, alpha), _mm256_set1_ps(scale));
-    if (_mm256_movemask_ps(_mm256_cmp_ps(a, _mm256_setzero_ps(), _CMP_EQ_OQ))) return false;
+    int const clear = _mm256_movemask_ps(_mm256_cmp_ps(a, _mm256_setzero_ps(), _CMP_EQ_OQ));
+    if (clear) return clear == 0xff; // pixels without alpha stay
     // The level weight q / 2^16, held to [0, 1] as the float weight is.
     __m256i q = levelWeight(k, x, rowBase, dX, radius);
     q = _mm256_min_epi32(_mm256_max_epi32(q, _mm256_setzero_si256()), _mm256_set1_epi32(65536));
@@ -454,11 +457,14 @@ MIRREL_AVX2 void pixels(MipLevel<C, 4> const* level, int L, PluginRasterInfo con
             mipRow<C, 4>(level, L, row, y, 0, width, rowBase, dX, radius, alpha, scale);
             continue;
         }
+        // One level for the whole row, or a level to find for each run.
+        int const kFirst = levelOf(first, radius);
+        int const kRow = levelOf(last, radius) == kFirst ? kFirst : -1;
         int x = 0;
         for (; x + 8 <= width; x += 8) {
             C* px = row + std::ptrdiff_t(x) * 4;
-            int const k = levelOf(float(x) * dX + rowBase, radius);
-            if (k > L - 1 || levelOf(float(x + 7) * dX + rowBase, radius) != k ||
+            int const k = kRow >= 0 ? kRow : levelOf(float(x) * dX + rowBase, radius);
+            if (k > L - 1 || (kRow < 0 && levelOf(float(x + 7) * dX + rowBase, radius) != k) ||
                 !eight(level, L, k, held, px, x, y, rowBase, dX, radius, alpha, scale))
                 mipRow<C, 4>(level, L, px, y, x, x + 8, rowBase, dX, radius, alpha, scale);
         }
