@@ -105,27 +105,6 @@ MIRREL_AVX2_INLINE Px unpack(__m256i v) {
              toFloat(byteLanes<3>(v))}};
 }
 
-// Pixels idx (lane by lane) of a row of a level.
-MIRREL_AVX2_INLINE Px gather(u8 const* row, __m256i idx) {
-    return unpack(_mm256_i32gather_epi32(reinterpret_cast<int const*>(row), idx, 4));
-}
-MIRREL_AVX2_INLINE Px gather(u16 const* row, __m256i idx) {
-    __m256i const words = _mm256_slli_epi32(idx, 1), low = _mm256_set1_epi32(0xffff);
-    __m256i const rg = _mm256_i32gather_epi32(reinterpret_cast<int const*>(row), words, 4);
-    __m256i const ba = _mm256_i32gather_epi32(reinterpret_cast<int const*>(row),
-                                              _mm256_add_epi32(words, _mm256_set1_epi32(1)), 4);
-    return {{toFloat(_mm256_and_si256(rg, low)), toFloat(_mm256_srli_epi32(rg, 16)),
-             toFloat(_mm256_and_si256(ba, low)), toFloat(_mm256_srli_epi32(ba, 16))}};
-}
-MIRREL_AVX2_INLINE Px gather(float const* row, __m256i idx) {
-    __m256i const at = _mm256_slli_epi32(idx, 2);
-    Px p;
-#pragma GCC unroll 4
-    for (int c = 0; c < 4; ++c)
-        p.c[c] = _mm256_i32gather_ps(row, _mm256_add_epi32(at, _mm256_set1_epi32(c)), 4);
-    return p;
-}
-
 MIRREL_AVX2_INLINE __m256i iota() {
     return _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
 }
@@ -134,8 +113,28 @@ MIRREL_AVX2_INLINE __m256i iota() {
 MIRREL_AVX2_INLINE Px load(u8 const* p) {
     return unpack(_mm256_loadu_si256(reinterpret_cast<__m256i const*>(p)));
 }
-template <class C> MIRREL_AVX2_INLINE Px load(C const* p) {
-    return gather(p, iota());
+// Four registers of two pixels each, [0 1], [2 3], [4 5], [6 7], turned to one a channel.
+MIRREL_AVX2_INLINE Px planar(__m256 r0, __m256 r1, __m256 r2, __m256 r3) {
+    __m256 const t0 = _mm256_permute2f128_ps(r0, r2, 0x20),
+                 t1 = _mm256_permute2f128_ps(r0, r2, 0x31);
+    __m256 const t2 = _mm256_permute2f128_ps(r1, r3, 0x20),
+                 t3 = _mm256_permute2f128_ps(r1, r3, 0x31);
+    __m256 const u0 = _mm256_unpacklo_ps(t0, t1), u1 = _mm256_unpackhi_ps(t0, t1);
+    __m256 const u2 = _mm256_unpacklo_ps(t2, t3), u3 = _mm256_unpackhi_ps(t2, t3);
+    return {{_mm256_shuffle_ps(u0, u2, 0x44), _mm256_shuffle_ps(u0, u2, 0xEE),
+             _mm256_shuffle_ps(u1, u3, 0x44), _mm256_shuffle_ps(u1, u3, 0xEE)}};
+}
+MIRREL_AVX2_INLINE Px load(u16 const* p) {
+    __m256i const a = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(p));
+    __m256i const b = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(p + 16));
+    return planar(toFloat(_mm256_cvtepu16_epi32(_mm256_castsi256_si128(a))),
+                  toFloat(_mm256_cvtepu16_epi32(_mm256_extracti128_si256(a, 1))),
+                  toFloat(_mm256_cvtepu16_epi32(_mm256_castsi256_si128(b))),
+                  toFloat(_mm256_cvtepu16_epi32(_mm256_extracti128_si256(b, 1))));
+}
+MIRREL_AVX2_INLINE Px load(float const* p) {
+    return planar(_mm256_loadu_ps(p), _mm256_loadu_ps(p + 8), _mm256_loadu_ps(p + 16),
+                  _mm256_loadu_ps(p + 24));
 }
 
 // The alpha of eight pixels in a run, as a float channel value.
