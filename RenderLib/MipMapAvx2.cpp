@@ -25,26 +25,38 @@ MIRREL_AVX2_INLINE __m256i w(u16 const* p) {
     return _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<__m128i const*>(p)));
 }
 
+MIRREL_AVX2_INLINE __m256i load16(unsigned short const* p) {
+    return _mm256_loadu_si256(reinterpret_cast<__m256i const*>(p));
+}
+
+// Down the columns first, into a block of 16-bit sums, then across: integer sums are exact in
+// any order, and each column sum serves three outputs.
 MIRREL_AVX2 void smoothRow(u8 const* up, u8 const* mid, u8 const* down, u8* out,
                            std::ptrdiff_t values, int n) {
-    std::ptrdiff_t v = 0;
-    for (; v + 16 <= values; v += 16) {
-        // At most 16 * 255: 16-bit lanes hold the sum.
-        __m256i s = _mm256_add_epi16(_mm256_add_epi16(w(up + v - n), w(up + v + n)),
-                                     _mm256_add_epi16(w(down + v - n), w(down + v + n)));
-        __m256i const twice = _mm256_add_epi16(_mm256_add_epi16(w(up + v), w(down + v)),
-                                               _mm256_add_epi16(w(mid + v - n), w(mid + v + n)));
-        s = _mm256_add_epi16(s, _mm256_slli_epi16(twice, 1));
-        s = _mm256_srli_epi16(_mm256_add_epi16(s, _mm256_slli_epi16(w(mid + v), 2)), 4);
-        _mm_storeu_si128(
-            reinterpret_cast<__m128i*>(out + v),
-            _mm_packus_epi16(_mm256_castsi256_si128(s), _mm256_extracti128_si256(s, 1)));
+    constexpr std::ptrdiff_t kBlock = 512;
+    alignas(32) unsigned short column[kBlock + 8];
+    for (std::ptrdiff_t b = 0; b < values; b += kBlock) {
+        std::ptrdiff_t const count = std::min(kBlock, values - b), span = count + 2 * n;
+        u8 const *u = up + b - n, *m = mid + b - n, *d = down + b - n;
+        std::ptrdiff_t i = 0;
+        for (; i + 16 <= span; i += 16) // at most 4 * 255
+            _mm256_store_si256(reinterpret_cast<__m256i*>(column + i),
+                               _mm256_add_epi16(_mm256_add_epi16(w(u + i), w(d + i)),
+                                                _mm256_slli_epi16(w(m + i), 1)));
+        for (; i < span; ++i) column[i] = (unsigned short)(u[i] + d[i] + 2 * m[i]);
+        std::ptrdiff_t j = 0;
+        for (; j + 16 <= count; j += 16) { // at most 16 * 255
+            __m256i const sum =
+                _mm256_add_epi16(_mm256_add_epi16(load16(column + j), load16(column + j + 2 * n)),
+                                 _mm256_slli_epi16(load16(column + j + n), 1));
+            __m256i const s4 = _mm256_srli_epi16(sum, 4);
+            _mm_storeu_si128(
+                reinterpret_cast<__m128i*>(out + b + j),
+                _mm_packus_epi16(_mm256_castsi256_si128(s4), _mm256_extracti128_si256(s4, 1)));
+        }
+        for (; j < count; ++j)
+            out[b + j] = u8((column[j] + column[j + 2 * n] + 2 * column[j + n]) >> 4);
     }
-    for (; v < values; ++v)
-        out[v] = u8((int(up[v - n]) + 2 * int(up[v]) + int(up[v + n]) +
-                     2 * (int(mid[v - n]) + int(mid[v + n])) + 4 * int(mid[v]) + int(down[v - n]) +
-                     2 * int(down[v]) + int(down[v + n])) >>
-                    4);
 }
 
 MIRREL_AVX2 void smoothRow(u16 const* up, u16 const* mid, u16 const* down, u16* out,
