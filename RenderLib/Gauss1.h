@@ -17,9 +17,15 @@ namespace blur_detail {
 // kernels null keeps the portable interior. With a source, a packed image of the same size, that
 // image is smoothed into pixels instead; the scratch block is taken all the same, so memory
 // fails as it would.
-template <class C, int N>
+// wanted(y) false leaves row y of pixels as it was, for a caller that never reads it.
+struct AllRows {
+    bool operator()(int) const { return true; }
+};
+
+template <class C, int N, class Rows = AllRows>
 int smooth3x3(PluginHost_API* host, C* pixels, int width, int height,
-              MipKernels<C> const* kernels = chosenMipKernels<C>(), C const* source = nullptr) {
+              MipKernels<C> const* kernels = chosenMipKernels<C>(), C const* source = nullptr,
+              Rows const& wanted = {}) {
     static int const _weights[9] = {1, 2, 1, 2, 4, 2, 1, 2, 1};
     // The host counts bytes in an int: a larger image is memory that cannot be had.
     std::size_t const bytes = std::size_t(width) * std::size_t(height) * N * sizeof(C);
@@ -54,6 +60,7 @@ int smooth3x3(PluginHost_API* host, C* pixels, int width, int height,
     // themselves for the row beyond. Integer sums are exact in any order; float ones add the
     // nine products in the table's order, as the border below does.
     for (int y = 0; y < height; ++y) {
+        if (!wanted(y)) continue;
         C const* mid = from + y * stride + N;
         C const* up = y > 0 ? mid - stride : mid;
         C const* down = y < height - 1 ? mid + stride : mid;
@@ -94,6 +101,7 @@ int smooth3x3(PluginHost_API* host, C* pixels, int width, int height,
         });
     };
     for (int y = 0; y < height; ++y) {
+        if (!wanted(y)) continue;
         border(0, y);
         if (width > 1) border(width - 1, y);
     }

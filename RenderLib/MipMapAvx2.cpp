@@ -216,15 +216,6 @@ template <class C> MIRREL_AVX2_INLINE Px lerp(Px const& a, Px const& b, __m256 f
     return r;
 }
 
-// Level of a distance, the number of halvings that take q to 65536 or below: those that leave
-// it 17 bits long, and one more if it is still above.
-inline int levelOf(float d, float radius) {
-    int const q = truncToInt(d * radius * 65536.0f);
-    if (q <= 65536) return 0;
-    int const k = std::max(int(std::bit_width(unsigned(q))) - 17, 0);
-    return k + ((q >> k) > 65536 ? 1 : 0);
-}
-
 // 8 bits: every mix of the pyramid is exact in float before its truncation (a difference of at
 // most 255 times a weight of at most 8 fractional bits, or of 16 for the level weight q / 2^16,
 // fits float's 24 bits), so each is (a * (2^s - m) + b * m) >> s in integers. Pixels 0-3 and 4-7
@@ -469,13 +460,13 @@ MIRREL_AVX2 void pixels(MipLevel<C, 4> const* level, int L, PluginRasterInfo con
             continue;
         }
         // One level for the whole row, or a level to find for each run.
-        int const kFirst = levelOf(first, radius);
-        int const kRow = levelOf(last, radius) == kFirst ? kFirst : -1;
+        int const kFirst = mipLevelOf(first, radius);
+        int const kRow = mipLevelOf(last, radius) == kFirst ? kFirst : -1;
         int x = 0;
         for (; x + 8 <= width; x += 8) {
             C* px = row + std::ptrdiff_t(x) * 4;
-            int const k = kRow >= 0 ? kRow : levelOf(float(x) * dX + rowBase, radius);
-            if (k > L - 1 || (kRow < 0 && levelOf(float(x + 7) * dX + rowBase, radius) != k) ||
+            int const k = kRow >= 0 ? kRow : mipLevelOf(float(x) * dX + rowBase, radius);
+            if (k > L - 1 || (kRow < 0 && mipLevelOf(float(x + 7) * dX + rowBase, radius) != k) ||
                 !eight(level, L, k, held, px, x, y, rowBase, dX, radius, alpha, scale))
                 mipRow<C, 4>(level, L, px, y, x, x + 8, rowBase, dX, radius, alpha, scale);
         }

@@ -9,6 +9,7 @@
 #include "pixel/Traits.h"
 
 #include <algorithm>
+#include <bit>
 #include <climits>
 #include <cstddef>
 #include <cstring>
@@ -169,6 +170,15 @@ void mipRow(MipLevel<C, N> const* level, int L, C* px, int y, int x0, int x1, fl
     }
 }
 
+// Level of a distance: the number of halvings that take q to 65536 or below, those that leave
+// it 17 bits long and one more if it is still above.
+inline int mipLevelOf(float d, float radius) {
+    int const q = truncToInt(d * radius * 65536.0f);
+    if (q <= 65536) return 0;
+    int const k = std::max(int(std::bit_width(unsigned(q))) - 17, 0);
+    return k + ((q >> k) > 65536 ? 1 : 0);
+}
+
 // Number of pyramid levels for a picture: doublings until the larger side is covered, at most 10.
 inline int mipLevelCount(int width, int height) {
     int levels = 1, span = 1;
@@ -243,8 +253,19 @@ int mipMapBlur(PluginHost_API* host, TX_Line2D& line, float radius, PluginRaster
                     }
                 }
             }
+            // Level 1 is read only in its even rows, which level 2 is taken from, and in those
+            // of picture rows with a pixel below level 2 or beyond the line; the distance runs
+            // steadily along a row, so the row's ends tell.
+            auto const read = [&](int y) {
+                if (k != 1 || y % 2 == 0) return true;
+                float const rowBase = d0 + dY * float(y);
+                float const first = float(0) * dX + rowBase;
+                float const last = float(width - 1) * dX + rowBase;
+                return !(first >= 0.0f && last >= 0.0f) ||
+                       std::min(mipLevelOf(first, radius), mipLevelOf(last, radius)) <= 1;
+            };
             if (smooth && smooth3x3<C, N>(host, reinterpret_cast<C*>(lv.data), lv.width, lv.height,
-                                          kernels, from) != 0)
+                                          kernels, from, read) != 0)
                 return 1;
         }
 
