@@ -14,14 +14,14 @@
 
 namespace blur_detail {
 
-// kernels null keeps the portable interior. With a source, a packed image of the same size, that
-// image is smoothed into pixels instead; the scratch block is taken all the same, so memory
-// fails as it would.
-// wanted(y) false leaves row y of pixels as it was, for a caller that never reads it.
 struct AllRows {
     bool operator()(int) const { return true; }
 };
 
+// kernels null keeps the portable interior. With a source, a packed image of the same size, that
+// image is smoothed into pixels instead; the scratch block is taken all the same, so memory
+// fails as it would. wanted(y) false leaves row y of pixels as it was, for a caller that never
+// reads it.
 template <class C, int N, class Rows = AllRows>
 int smooth3x3(PluginHost_API* host, C* pixels, int width, int height,
               MipKernels<C> const* kernels = chosenMipKernels<C>(), C const* source = nullptr,

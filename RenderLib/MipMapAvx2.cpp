@@ -102,7 +102,8 @@ MIRREL_AVX2 void smoothRow(float const* up, float const* mid, float const* down,
     }
 }
 
-// --- the pixel loop: lanes across eight pixels of a row, four float registers by channel ---
+// --- the pixel loop: lanes across eight pixels of a row; 16 and 32 bits in four float
+// registers by channel ---
 
 struct Px {
     __m256 c[4];
@@ -112,20 +113,12 @@ MIRREL_AVX2_INLINE __m256 toFloat(__m256i v) {
     return _mm256_cvtepi32_ps(v);
 }
 
-MIRREL_AVX2_INLINE Px unpack(__m256i v) {
-    return {{toFloat(byteLanes<0>(v)), toFloat(byteLanes<1>(v)), toFloat(byteLanes<2>(v)),
-             toFloat(byteLanes<3>(v))}};
-}
-
 MIRREL_AVX2_INLINE __m256i iota() {
     return _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
 }
 
-// Eight pixels in a run.
-MIRREL_AVX2_INLINE Px load(u8 const* p) {
-    return unpack(_mm256_loadu_si256(reinterpret_cast<__m256i const*>(p)));
-}
-// Four registers of two pixels each, [0 1], [2 3], [4 5], [6 7], turned to one a channel.
+// Eight pixels in a run (16 and 32 bits; 8 bits have their own path below). Four registers
+// of two pixels each, [0 1], [2 3], [4 5], [6 7], turned to one a channel.
 MIRREL_AVX2_INLINE Px planar(__m256 r0, __m256 r1, __m256 r2, __m256 r3) {
     __m256 const t0 = _mm256_permute2f128_ps(r0, r2, 0x20),
                  t1 = _mm256_permute2f128_ps(r0, r2, 0x31);
@@ -169,15 +162,6 @@ MIRREL_AVX2_INLINE __m256 loadAlpha(float const* p, int alpha) {
 }
 
 // Stores truncate each lane to int and keep the channel type's low bits, as the portable C(int).
-MIRREL_AVX2_INLINE void store(u8* p, Px const& v) {
-    __m256i out = _mm256_setzero_si256();
-#pragma GCC unroll 4
-    for (int c = 0; c < 4; ++c)
-        out = _mm256_or_si256(out, _mm256_sllv_epi32(_mm256_and_si256(_mm256_cvttps_epi32(v.c[c]),
-                                                                      _mm256_set1_epi32(255)),
-                                                     _mm256_set1_epi32(8 * c)));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), out);
-}
 MIRREL_AVX2_INLINE __m256i pair(__m256 a, __m256 b) {
     return _mm256_or_si256(_mm256_and_si256(_mm256_cvttps_epi32(a), _mm256_set1_epi32(0xffff)),
                            _mm256_slli_epi32(_mm256_cvttps_epi32(b), 16));
