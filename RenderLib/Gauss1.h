@@ -1,4 +1,5 @@
 #pragma once
+#include "RenderLib/MipMapKernels.h"
 #include "host/PluginHost_API.h"
 #include "pixel/Traits.h"
 
@@ -13,7 +14,18 @@
 
 namespace blur_detail {
 
-template <class C, int N> int smooth3x3(PluginHost_API* host, C* pixels, int width, int height) {
+struct AllRows {
+    bool operator()(int) const { return true; }
+};
+
+// kernels null keeps the portable interior. With a source, a packed image of the same size, that
+// image is smoothed into pixels instead; the scratch block is taken all the same, so memory
+// fails as it would. wanted(y) false leaves row y of pixels as it was, for a caller that never
+// reads it.
+template <class C, int N, class Rows = AllRows>
+int smooth3x3(PluginHost_API* host, C* pixels, int width, int height,
+              MipKernels<C> const* kernels = chosenMipKernels<C>(), C const* source = nullptr,
+              Rows const& wanted = {}) {
     static int const _weights[9] = {1, 2, 1, 2, 4, 2, 1, 2, 1};
     // The host counts bytes in an int: a larger image is memory that cannot be had.
     std::size_t const bytes = std::size_t(width) * std::size_t(height) * N * sizeof(C);
@@ -26,7 +38,8 @@ template <class C, int N> int smooth3x3(PluginHost_API* host, C* pixels, int wid
         host->deallocMemory(handle);
         return 1;
     }
-    std::memcpy(copy, pixels, bytes);
+    if (!source) std::memcpy(copy, pixels, bytes);
+    C const* const from = source ? source : copy;
     std::ptrdiff_t const stride = std::ptrdiff_t(width) * N;
 
     auto store = [&](C* out, auto const& tap) {
@@ -43,14 +56,20 @@ template <class C, int N> int smooth3x3(PluginHost_API* host, C* pixels, int wid
         }
     };
 
-    // Interior: no clamping, a row at a time over its channel values. Integer sums are exact
-    // in any order; float ones add the nine products in the table's order.
-    for (int y = 1; y < height - 1; ++y) {
-        C const* up = copy + (y - 1) * stride + N;
-        C const* mid = up + stride;
-        C const* down = mid + stride;
+    // Inner columns, a row at a time over its channel values: the first and last rows read
+    // themselves for the row beyond. Integer sums are exact in any order; float ones add the
+    // nine products in the table's order, as the border below does.
+    for (int y = 0; y < height; ++y) {
+        if (!wanted(y)) continue;
+        C const* mid = from + y * stride + N;
+        C const* up = y > 0 ? mid - stride : mid;
+        C const* down = y < height - 1 ? mid + stride : mid;
         C* out = pixels + y * stride + N;
         std::ptrdiff_t const values = std::ptrdiff_t(width - 2) * N;
+        if (kernels) {
+            kernels->smooth(up, mid, down, out, values, N);
+            continue;
+        }
         for (std::ptrdiff_t v = 0; v < values; ++v) {
             if constexpr (std::is_floating_point_v<C>) {
                 float sum = 0.0f;
@@ -72,22 +91,19 @@ template <class C, int N> int smooth3x3(PluginHost_API* host, C* pixels, int wid
             }
         }
     }
-    // Border: the taps are clamped into the image, repeating the edge.
+    // First and last columns: the taps are clamped into the image, repeating the edge.
     auto border = [&](int x, int y) {
         store(pixels + y * stride + x * N, [&](int k) {
             int tx = x + k % 3 - 1, ty = y + k / 3 - 1;
             tx = tx < 0 ? 0 : (tx > width - 1 ? width - 1 : tx);
             ty = ty < 0 ? 0 : (ty > height - 1 ? height - 1 : ty);
-            return copy + ty * stride + tx * N;
+            return from + ty * stride + tx * N;
         });
     };
     for (int y = 0; y < height; ++y) {
-        if (y == 0 || y == height - 1) {
-            for (int x = 0; x < width; ++x) border(x, y);
-        } else {
-            border(0, y);
-            if (width > 1) border(width - 1, y);
-        }
+        if (!wanted(y)) continue;
+        border(0, y);
+        if (width > 1) border(width - 1, y);
     }
     host->unlockMemory(handle);
     host->deallocMemory(handle);

@@ -1,12 +1,11 @@
 #pragma once
 #include "RenderLib/Gauss1.h"
+#include "RenderLib/MipMapKernels.h"
 #include "RenderLib/TentBlur.h"
 #include "RenderLib/TransformRecords.h"
 #include "Transform/Common/TX_Line2D.h"
 #include "host/PluginHost_API.h"
 #include "host/SaturatingCast.h"
-#include "pixel/Avx2.h"
-#include "pixel/Processor.h"
 #include "pixel/Traits.h"
 
 #include <algorithm>
@@ -99,16 +98,6 @@ struct HostBlocks {
     }
 };
 
-template <class C, int N> struct MipLevel {
-    unsigned char* data = nullptr;
-    std::ptrdiff_t rowBytes = 0;
-    int width = 0, height = 0, shift = 0;
-    C const* at(int x, int y) const {
-        return reinterpret_cast<C const*>(data + std::ptrdiff_t(y) * rowBytes) +
-               std::ptrdiff_t(x) * N;
-    }
-};
-
 // Bilinear read of a level at picture coordinates (x, y).
 template <class C, int N>
 [[gnu::always_inline]] inline void sampleLevel(MipLevel<C, N> const& lv, int x, int y, C* out) {
@@ -132,112 +121,63 @@ template <class C, int N>
     }
 }
 
-#if defined(__x86_64__) || defined(__i386__)
-// The same reads and mixes with the four channels of a pixel as float lanes: each lane does its
-// channel's operations in the loop's order, integer channels truncated after every step.
-template <class C> MIRREL_AVX2_INLINE __m128 loadPixel4(C const* p) {
-    if constexpr (sizeof(C) == 1) {
-        int v;
-        std::memcpy(&v, p, 4);
-        return _mm_cvtepi32_ps(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(v)));
-    } else if constexpr (sizeof(C) == 2) {
-        return _mm_cvtepi32_ps(
-            _mm_cvtepu16_epi32(_mm_loadl_epi64(reinterpret_cast<__m128i const*>(p))));
-    } else {
-        return _mm_loadu_ps(p);
-    }
-}
-
-// Lanes that hold whole numbers of the channel's range (integer channels) or floats, stored.
-template <class C> MIRREL_AVX2_INLINE void storePixel4(C* p, __m128 v) {
-    if constexpr (sizeof(C) == 1) {
-        __m128i const i = _mm_cvttps_epi32(v);
-        int const packed = _mm_cvtsi128_si32(_mm_packus_epi16(_mm_packus_epi32(i, i), i));
-        std::memcpy(p, &packed, 4);
-    } else if constexpr (sizeof(C) == 2) {
-        __m128i const i = _mm_cvttps_epi32(v);
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi32(i, i));
-    } else {
-        _mm_storeu_ps(p, v);
-    }
-}
-
-template <class C> MIRREL_AVX2_INLINE __m128 truncate4(__m128 v) {
-    if constexpr (std::is_floating_point_v<C>)
-        return v;
-    else
-        return _mm_cvtepi32_ps(_mm_cvttps_epi32(v));
-}
-
-template <class C> MIRREL_AVX2_INLINE __m128 lerpUnit4(__m128 a, __m128 b, __m128 f) {
-    return truncate4<C>(_mm_add_ps(a, _mm_mul_ps(_mm_sub_ps(b, a), f)));
-}
-
-template <class C> MIRREL_AVX2_INLINE __m128 sampleLevel4(MipLevel<C, 4> const& lv, int x, int y) {
-    int const s = lv.shift;
-    if (s == 0) return loadPixel4(lv.at(x, y));
-    int const half = 1 << (s - 1);
-    int const X = std::max(x - half, 0), Y = std::max(y - half, 0);
-    int const ix = std::min(X >> s, lv.width - 1), iy = std::min(Y >> s, lv.height - 1);
-    // Dividing by 2^s is multiplying by 2^-s, to the bit.
-    float const inverse = std::bit_cast<float>((127 - s) << 23);
-    __m128 const fx = _mm_set1_ps(float(X - (ix << s)) * inverse);
-    __m128 const fy = _mm_set1_ps(float(Y - (iy << s)) * inverse);
-    int const jx = ix == lv.width - 1 ? ix : ix + 1;
-    int const jy = iy == lv.height - 1 ? iy : iy + 1;
-    __m128 const top = lerpUnit4<C>(loadPixel4(lv.at(ix, iy)), loadPixel4(lv.at(jx, iy)), fx);
-    __m128 const bottom = lerpUnit4<C>(loadPixel4(lv.at(ix, jy)), loadPixel4(lv.at(jx, jy)), fx);
-    return lerpUnit4<C>(top, bottom, fy);
-}
-
-// The pixel loop of mipMapBlur on four channels, a pixel's channels at once.
-template <class P>
-MIRREL_AVX2 void mipPixels4Avx2(MipLevel<typename P::C, 4> const* level, int L,
-                                PluginRasterInfo* raster, float d0, float dX, float dY,
-                                float radius) {
-    using C = typename P::C;
-    float const scale = unitScale<P>();
-    for (int y = 0; y < raster->height; ++y) {
-        float const rowBase = d0 + dY * float(y);
-        C* px = reinterpret_cast<C*>(raster->row(y));
-        for (int x = 0; x < raster->width; ++x) {
-            float const d = float(x) * dX + rowBase;
-            if (d < 0.0f) continue; // the scalar walk's standing still, as there
-            float const a = float(px[P::ALPHA]) * scale;
-            if (a == 0.0f) {
-                px += 4;
-                continue;
-            }
-            int q = truncToInt(d * radius * 65536.0f);
-            int lvl = 0;
-            while (q > 65536) q >>= 1, ++lvl;
-            if (lvl > L - 1) {
-                for (int ch = 0; ch < 4; ++ch) px[ch] = C(0);
-                px += 4;
-                continue;
-            }
-            if (lvl >= 1) q = 2 * q - 65536;
-            float f = float(q) * 1.5258789e-05f;
-            f = f < 0.0f ? 0.0f : (f > 1.0f ? 1.0f : f);
-            __m128 c = sampleLevel4(level[lvl], x, y);
-            if (f > 0.0f) {
-                if (lvl < L - 1)
-                    c = lerpUnit4<C>(c, sampleLevel4(level[lvl + 1], x, y), _mm_set1_ps(f));
-                else
-                    c = truncate4<C>(_mm_mul_ps(c, _mm_set1_ps(1.0f - f)));
-            }
-            if (a >= 0.0f && a <= 1.0f) {
-                storePixel4(px, truncate4<C>(_mm_mul_ps(c, _mm_set1_ps(a))));
-            } else {
-                C held[4];
-                storePixel4(held, c);
-                for (int ch = 0; ch < 4; ++ch) px[ch] = scaleChannel(held[ch], a);
-            }
-            px += 4;
+// The pixel loop over columns x0 to x1 of row y, px at column x0: each pixel mixes the two
+// levels that fit its distance, then is cut back by its own alpha.
+template <class C, int N>
+void mipRow(MipLevel<C, N> const* level, int L, C* px, int y, int x0, int x1, float rowBase,
+            float dX, float radius, int alpha, float scale) {
+    for (int x = x0; x < x1; ++x) {
+        float const d = float(x) * dX + rowBase;
+        if (d < 0.0f) {
+            // Beyond the line a four-channel walk stands still: the pixels after it land
+            // behind their own places.
+            if constexpr (N == 1) ++px;
+            continue;
         }
+        float const a = float(px[alpha]) * scale;
+        if (a == 0.0f) {
+            px += N;
+            continue;
+        }
+        int q = truncToInt(d * radius * 65536.0f);
+        int lvl = 0;
+        while (q > 65536) q >>= 1, ++lvl;
+        if (lvl > L - 1) {
+            for (int ch = 0; ch < N; ++ch) px[ch] = C(0);
+            px += N;
+            continue;
+        }
+        if (lvl >= 1) q = 2 * q - 65536;
+        float f = float(q) * 1.5258789e-05f;
+        f = f < 0.0f ? 0.0f : (f > 1.0f ? 1.0f : f);
+        C c[N];
+        sampleLevel(level[lvl], x, y, c);
+        if (f > 0.0f) {
+            if (lvl < L - 1) {
+                C next[N];
+                sampleLevel(level[lvl + 1], x, y, next);
+                for (int ch = 0; ch < N; ++ch) c[ch] = lerpUnit(c[ch], next[ch], f);
+            } else {
+                for (int ch = 0; ch < N; ++ch) c[ch] = scaleUnit(c[ch], 1.0f - f);
+            }
+        }
+        // a is alpha over its full scale: in [0, 1] where alpha lies in its range.
+        if (a >= 0.0f && a <= 1.0f)
+            for (int ch = 0; ch < N; ++ch) px[ch] = scaleUnit(c[ch], a);
+        else
+            for (int ch = 0; ch < N; ++ch) px[ch] = scaleChannel(c[ch], a);
+        px += N;
     }
 }
-#endif
+
+// Level of a distance: the number of halvings that take q to 65536 or below, those that leave
+// it 17 bits long and one more if it is still above.
+inline int mipLevelOf(float d, float radius) {
+    int const q = truncToInt(d * radius * 65536.0f);
+    if (q <= 65536) return 0;
+    int const k = std::max(int(std::bit_width(unsigned(q))) - 17, 0);
+    return k + ((q >> k) > 65536 ? 1 : 0);
+}
 
 // Number of pyramid levels for a picture: doublings until the larger side is covered, at most 10.
 inline int mipLevelCount(int width, int height) {
@@ -246,9 +186,11 @@ inline int mipLevelCount(int width, int height) {
     return std::min(levels, 10);
 }
 
-// The pyramid path on N channels a pixel (4, or 1 for a single-channel picture).
+// The pyramid path on N channels a pixel (4, or 1 for a single-channel picture); kernels null
+// keeps the portable loops.
 template <class P, int N>
-int mipMapBlur(PluginHost_API* host, TX_Line2D& line, float radius, PluginRasterInfo* raster) {
+int mipMapBlur(PluginHost_API* host, TX_Line2D& line, float radius, PluginRasterInfo* raster,
+               MipKernels<typename P::C> const* kernels = chosenMipKernels<typename P::C>()) {
     using C = typename P::C;
     // The transform that made the picture may have moved its origin; the line follows.
     if (auto* settings = static_cast<RenderSettings*>(host->getUserData()))
@@ -278,12 +220,25 @@ int mipMapBlur(PluginHost_API* host, TX_Line2D& line, float radius, PluginRaster
             lv.data = static_cast<unsigned char*>(
                 blocks.take(std::size_t(lv.rowBytes) * std::size_t(lv.height)));
             if (!lv.data) return 1;
+            bool const smooth = lv.width > 2 && lv.height > 2;
+            // A packed picture is smoothed straight into level 1, without a copy between.
+            C const* from = k == 1 && smooth && raster->rowBytes == lv.rowBytes
+                                ? reinterpret_cast<C const*>(raster->data)
+                                : nullptr;
             if (k == 1) {
-                for (int y = 0; y < height; ++y)
-                    std::memcpy(lv.data + y * lv.rowBytes, raster->row(y), lv.rowBytes);
+                if (!from)
+                    for (int y = 0; y < height; ++y)
+                        std::memcpy(lv.data + y * lv.rowBytes, raster->row(y), lv.rowBytes);
             } else {
                 for (int y = 0; y < lv.height; ++y) {
                     C* out = reinterpret_cast<C*>(lv.data + y * lv.rowBytes);
+                    if constexpr (!std::is_floating_point_v<C>) {
+                        // 2x and 2y never pass the source's last column and row, so the four
+                        // reads below are of one pixel, and their mean in integers is that pixel.
+                        for (int x = 0; x < lv.width; ++x)
+                            std::memcpy(out + x * N, src.at(2 * x, 2 * y), sizeof(C) * N);
+                        continue;
+                    }
                     int const sy = 2 * y, cy = sy > src.height - 1 ? 1 : 0;
                     for (int x = 0; x < lv.width; ++x, out += N) {
                         int const sx = 2 * x, cx = sx > src.width - 1 ? 1 : 0;
@@ -298,66 +253,36 @@ int mipMapBlur(PluginHost_API* host, TX_Line2D& line, float radius, PluginRaster
                     }
                 }
             }
-            if (lv.width > 2 && lv.height > 2 &&
-                smooth3x3<C, N>(host, reinterpret_cast<C*>(lv.data), lv.width, lv.height) != 0)
+            // Level 1 is read only in its even rows, which level 2 is taken from, and in those
+            // of picture rows with a pixel below level 2 or beyond the line; the distance runs
+            // steadily along a row, so the row's ends tell.
+            auto const read = [&](int y) {
+                if (k != 1 || y % 2 == 0) return true;
+                float const rowBase = d0 + dY * float(y);
+                float const first = float(0) * dX + rowBase;
+                float const last = float(width - 1) * dX + rowBase;
+                return !(first >= 0.0f && last >= 0.0f) ||
+                       std::min(mipLevelOf(first, radius), mipLevelOf(last, radius)) <= 1;
+            };
+            if (smooth && smooth3x3<C, N>(host, reinterpret_cast<C*>(lv.data), lv.width, lv.height,
+                                          kernels, from, read) != 0)
                 return 1;
         }
 
-#if defined(__x86_64__) || defined(__i386__)
-        if constexpr (N == 4)
-            if (processorHasAvx2()) {
-                mipPixels4Avx2<P>(level, L, raster, d0, dX, dY, radius);
-                return 0;
-            }
-#endif
         int const alpha = N == 4 ? P::ALPHA : 0;
         float const scale = unitScale<P>();
-        for (int y = 0; y < height; ++y) {
-            float const rowBase = d0 + dY * float(y);
-            C* px = reinterpret_cast<C*>(raster->row(y));
-            for (int x = 0; x < width; ++x) {
-                float const d = float(x) * dX + rowBase;
-                if (d < 0.0f) {
-                    // Beyond the line a four-channel walk stands still: the pixels after it
-                    // land behind their own places.
-                    if constexpr (N == 1) ++px;
-                    continue;
+        if constexpr (N == 4)
+            if (kernels && width >= 8) {
+                // The vector loop keeps, for each level, the two texel rows it reads mixed
+                // across; without the memory the portable loop runs.
+                if (void* rows = blocks.take(std::size_t(2) * L * width * N * sizeof(C))) {
+                    kernels->pixels(level, L, *raster, d0, dX, dY, radius, alpha, scale, rows);
+                    return 0;
                 }
-                float const a = float(px[alpha]) * scale;
-                if (a == 0.0f) {
-                    px += N;
-                    continue;
-                }
-                int q = truncToInt(d * radius * 65536.0f);
-                int lvl = 0;
-                while (q > 65536) q >>= 1, ++lvl;
-                if (lvl > L - 1) {
-                    for (int ch = 0; ch < N; ++ch) px[ch] = C(0);
-                    px += N;
-                    continue;
-                }
-                if (lvl >= 1) q = 2 * q - 65536;
-                float f = float(q) * 1.5258789e-05f;
-                f = f < 0.0f ? 0.0f : (f > 1.0f ? 1.0f : f);
-                C c[N];
-                sampleLevel(level[lvl], x, y, c);
-                if (f > 0.0f) {
-                    if (lvl < L - 1) {
-                        C next[N];
-                        sampleLevel(level[lvl + 1], x, y, next);
-                        for (int ch = 0; ch < N; ++ch) c[ch] = lerpUnit(c[ch], next[ch], f);
-                    } else {
-                        for (int ch = 0; ch < N; ++ch) c[ch] = scaleUnit(c[ch], 1.0f - f);
-                    }
-                }
-                // a is alpha over its full scale: in [0, 1] where alpha lies in its range.
-                if (a >= 0.0f && a <= 1.0f)
-                    for (int ch = 0; ch < N; ++ch) px[ch] = scaleUnit(c[ch], a);
-                else
-                    for (int ch = 0; ch < N; ++ch) px[ch] = scaleChannel(c[ch], a);
-                px += N;
             }
-        }
+        for (int y = 0; y < height; ++y)
+            mipRow<C, N>(level, L, reinterpret_cast<C*>(raster->row(y)), y, 0, width,
+                         d0 + dY * float(y), dX, radius, alpha, scale);
         return 0;
     } catch (...) {
         return 1;

@@ -145,6 +145,41 @@ TEST(ProgressiveBlur, PyramidLevelsAndTheirSampling) {
     EXPECT_EQ(s.at(1, 0, 2), keep);
 }
 
+// The vector pyramid against the portable one, smoothing included: lines under, across
+// (the walk standing still beyond it), beside and slanting steeply, radii that cross levels
+// within a row or leave the pyramid, clear alpha and, in 14 bits, alpha over full scale.
+template <class P> void expectVectorPyramid(PluginRasterFormat format) {
+    using C = typename P::C;
+    auto const* fast = blur_detail::mipKernelsAvx2<C>();
+    if (!fast) GTEST_SKIP() << "no AVX2 on this processor";
+    struct {
+        double x0, y0, x1, y1;
+        float radius;
+    } const cases[] = {{0, 29, 37, 29, 0.4f},  {0, 40, 37, 10, 0.15f}, {-5, 0, 30, 29, 2.0f},
+                       {0, 29, 37, 29, 40.0f}, {40, 0, 60, 29, -0.3f}, {0, 90, 37, 29, 0.05f}};
+    for (auto const& c : cases) {
+        Picture slow(format, 37, 29, 3), quick(format, 37, 29, 3);
+        for (Picture* p : {&slow, &quick})
+            for (int y = 0; y < 29; ++y)
+                for (int x = 0; x < 37; ++x)
+                    if ((x * 3 + y) % 11 == 0 || (x < 17 && y > 20))
+                        p->img.pixel<C>(x, y)[P::ALPHA] = C(0);
+        TX_Line2D a(c.x0, c.y0, c.x1, c.y1, false), b = a;
+        ASSERT_EQ((blur_detail::mipMapBlur<P, 4>(&slow.host, a, c.radius, &slow.img.info, nullptr)),
+                  0);
+        ASSERT_EQ((blur_detail::mipMapBlur<P, 4>(&quick.host, b, c.radius, &quick.img.info, fast)),
+                  0);
+        EXPECT_EQ(slow.img.bytes(), quick.img.bytes()) << format << " radius " << c.radius;
+    }
+}
+
+TEST(ProgressiveBlur, VectorPyramidEqualsThePortableOneInEveryDepth) {
+    expectVectorPyramid<PIXEL_RGBA8>(RF_RGBA8);
+    expectVectorPyramid<PIXEL_ARGB14>(RF_ARGB14);
+    expectVectorPyramid<PIXEL_RGBA16>(RF_RGBA16);
+    expectVectorPyramid<PIXEL_ARGB32>(RF_ARGB32);
+}
+
 // One channel behaves as the alpha of a grey picture: the pyramid gives the blurred value times
 // the value the pixel had; the uniform and progressive blurs go through a four-channel copy.
 TEST(ProgressiveBlur, SingleChannelPathsMatchTheAlphaOfFourChannels) {
