@@ -24,7 +24,7 @@ template <class P> Argb after(PluginRasterFormat format, Op op, float amount, Ar
     using C = typename P::C;
     MemoryImage image(format, 3, 2, MemoryImage::Rows::BottomUp), full(format, 3, 2);
     MemoryHost host(&image, &image);
-    MemoryRaster raster(image.info, false);
+    MemoryRaster raster(image.info);
     for (int i = 0; i < 6; ++i) {
         C* px = image.pixel<C>(i % 3, i / 3);
         px[P::ALPHA] = C(v[0]), px[P::RED] = C(v[1]), px[P::GREEN] = C(v[2]), px[P::BLUE] = C(v[3]);
@@ -108,7 +108,7 @@ TEST(PixelTraits, EightBitsAreBiasedOthersKeepTheirRangeAndZeroDivides) {
 template <class P> int straightMismatches(PluginRasterFormat format) {
     MemoryImage image(format, 256, 256, MemoryImage::Rows::Padded);
     MemoryHost host(&image, &image);
-    MemoryRaster raster(image.info, false);
+    MemoryRaster raster(image.info);
     auto alphaAt = [](int x, int a) { return x % 5 ? a : (x % 10 ? 0 : 255); };
     for (int a = 0; a < 256; ++a)
         for (int x = 0; x < 256; ++x) {
@@ -143,7 +143,7 @@ template <class P> int premultMismatches(PluginRasterFormat format, std::vector<
     int const colours = int(P::MAX_VALUE()) + 1, width = colours + 1;
     MemoryImage image(format, width, int(alphas.size()), MemoryImage::Rows::Padded);
     MemoryHost host(&image, &image);
-    MemoryRaster raster(image.info, false);
+    MemoryRaster raster(image.info);
     auto colour = [&](int x, int i) { return C((x * (i * 2 + 1) + i) % colours); };
     for (int y = 0; y < int(alphas.size()); ++y)
         for (int x = 0; x < width; ++x) {

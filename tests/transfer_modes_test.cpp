@@ -28,7 +28,7 @@ Px composeAs(PluginRasterFormat format, int mode, Px top, Px bottom, double opTo
     }
     MemoryHost host(&t, &o);
     host.answerAE = flags & kHostBlends;
-    MemoryRaster rt(t.info, false), rb(b.info, false);
+    MemoryRaster rt(t.info), rb(b.info);
     int const s = TransferComposite(PIXEL_VALUES(P), &host, mode, opTop, opBottom, &rt, &rb, &rt,
                                     false, flags & kForceOpaque, flags & kNoHostBlend);
     if (status) *status = s;
@@ -205,7 +205,7 @@ template <class P> void expectVectorInFrontEqualsLoop(PluginRasterFormat format)
                         if (pick < 2) px[P::ALPHA] = C(pick == 0 ? 0 : P::MAX_VALUE());
                     }
             MemoryHost host(&tops[0], &bottom);
-            MemoryRaster t0(tops[0].info, false), t1(tops[1].info, false), b(bottom.info, false);
+            MemoryRaster t0(tops[0].info), t1(tops[1].info), b(bottom.info);
             for (bool opaque : {false, true}) {
                 Blend(PIXEL_VALUES(P), BLEND_IN_FRONT<PIXEL_ARGS(P)>(), &host, opTop, opBottom, &t0,
                       &b, &t0, false, opaque);
