@@ -53,28 +53,6 @@ TEST(FxPlugFrame, InputIsCroppedOrPaddedToTheOutputSize) {
     for (FxBitmap* b : {input, sizes[0], sizes[1], sizes[2], padded, cropped}) b->release();
 }
 
-TEST(FxPlugRender, FieldRenderIsTheOddLinesOfTheLineDoubledFrame) {
-    int const w = 48, h = 27;
-    HostPicture input(w, h), output(w, h);
-    input.fillGradient();
-    InProcessHost host(InProcessFamily::FinalCutPro);
-    ASSERT_TRUE(host.load(MirrelBundle())); // the default floor reflects the bottom rows
-    ASSERT_TRUE(host.render(input.image, output.image, {.frame = 3, .field = 1}));
-    EXPECT_TRUE(host.outputPremultiplied());
-
-    // The same frame rendered whole, at twice the height, from the doubled lines.
-    HostPicture doubledIn(w, 2 * h), doubledOut(w, 2 * h);
-    for (int y = 0; y < 2 * h; ++y)
-        std::memcpy(doubledIn.row(y), input.row(y / 2), input.rowLength());
-    ASSERT_TRUE(host.render(doubledIn.image, doubledOut.image, {.frame = 3, .field = 0}));
-    int distinctPairs = 0;
-    for (int y = 0; y < h; ++y) {
-        EXPECT_EQ(output.rowBytes(y), doubledOut.rowBytes(2 * y + 1)) << y;
-        distinctPairs += doubledOut.rowBytes(2 * y) != doubledOut.rowBytes(2 * y + 1);
-    }
-    EXPECT_GT(distinctPairs, 0) << "the reflection tells odd lines from even ones";
-}
-
 // Sizes that follow the proxy scale (softness, seam) shrink by half again on a field.
 TEST(FxPlugRender, AFieldHalvesTheVerticalScale) {
     FxRenderInfo info;
