@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 namespace {
 
@@ -240,15 +241,15 @@ PluginRaster_API* PluginHost_FXPLUG_Impl::getOutputRaster() {
 PluginRaster_API* PluginHost_FXPLUG_Impl::allocRaster(int width, int height,
                                                       PluginRaster_API::PixelType, int& error,
                                                       int) {
-    auto* info = new RasterInfo;
-    getOutputRasterInfo(info);
+    auto info = std::make_unique<RasterInfo>(); // kept if the scratch memory throws
+    getOutputRasterInfo(info.get());
     info->width = width;
     info->height = height;
     // Scratch rasters run top-down, keeping a wider stride of the output's.
     if (info->rowBytes < width * info->pixelBytes) info->rowBytes = width * info->pixelBytes;
     info->data = allocMemory(info->rowBytes * height);
     error = 0;
-    return new PluginRaster_FXPLUG_Impl(nullptr, info);
+    return new PluginRaster_FXPLUG_Impl(nullptr, info.release());
 }
 
 PluginRaster_API* PluginHost_FXPLUG_Impl::allocRaster(RasterInfo* info) {

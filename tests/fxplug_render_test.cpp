@@ -7,8 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 namespace {
 
 unsigned char* rowOf(FxBitmap* b, unsigned y) {
@@ -53,83 +51,6 @@ TEST(FxPlugFrame, InputIsCroppedOrPaddedToTheOutputSize) {
     ASSERT_EQ(cropped->width(), 2u);
     EXPECT_EQ(0, std::memcmp(rowOf(cropped, 0), rowOf(input, 0), 8));
     for (FxBitmap* b : {input, sizes[0], sizes[1], sizes[2], padded, cropped}) b->release();
-}
-
-// Baseline lower than the default and a visible reflection, on a host of any family.
-void placeFloor(InProcessHost& host) {
-    host.setValue(kBaselineStart, {0.2, host.pointY(0.55)});
-    host.setValue(kBaselineEnd, {0.85, host.pointY(0.6)});
-    host.setValue(kHeightSlant, {0.45, host.pointY(0.1)});
-    host.setValue(kTranslate, {0.5, host.pointY(0.45)});
-    host.setValue(kLight, {0});
-}
-
-TEST(FxPlugRender, FieldRenderIsTheOddLinesOfTheLineDoubledFrame) {
-    int const w = 48, h = 27;
-    HostPicture input(w, h), output(w, h);
-    input.fillGradient();
-    InProcessHost host(InProcessFamily::FinalCutPro);
-    ASSERT_TRUE(host.load(MirrelBundle())); // the default floor reflects the bottom rows
-    ASSERT_TRUE(host.render(input.image, output.image, {.frame = 3, .field = 1}));
-    EXPECT_TRUE(host.outputPremultiplied());
-
-    // The same frame rendered whole, at twice the height, from the doubled lines.
-    HostPicture doubledIn(w, 2 * h), doubledOut(w, 2 * h);
-    for (int y = 0; y < 2 * h; ++y)
-        std::memcpy(doubledIn.row(y), input.row(y / 2), input.rowLength());
-    ASSERT_TRUE(host.render(doubledIn.image, doubledOut.image, {.frame = 3, .field = 0}));
-    int distinctPairs = 0;
-    for (int y = 0; y < h; ++y) {
-        EXPECT_EQ(output.rowBytes(y), doubledOut.rowBytes(2 * y + 1)) << y;
-        distinctPairs += doubledOut.rowBytes(2 * y) != doubledOut.rowBytes(2 * y + 1);
-    }
-    EXPECT_GT(distinctPairs, 0) << "the reflection tells odd lines from even ones";
-}
-
-// Moves each pixel's last channel to the front (or back), in place.
-void rotatePixels(HostPicture& p, bool alphaFirst) {
-    std::size_t cb = p.image.depth / 8;
-    for (int y = 0; y < p.image.height; ++y)
-        for (int x = 0; x < p.image.width; ++x) {
-            unsigned char* px = p.row(y) + x * 4 * cb;
-            std::rotate(px, px + (alphaFirst ? 3 * cb : cb), px + 4 * cb);
-        }
-}
-
-TEST(FxPlugRender, MotionAndFinalCutProGiveTheSamePixels) {
-    for (auto [depth, format, bottomUp] : {std::tuple{8u, kFxPixelFormat_RGBA, false},
-                                           {8u, kFxPixelFormat_ARGB, true},
-                                           {16u, kFxPixelFormat_ARGB, false},
-                                           {32u, kFxPixelFormat_RGBA, true}}) {
-        SCOPED_TRACE(testing::Message() << depth << " bits, format " << format);
-        int const w = 20, h = 12;
-        std::vector<unsigned char> results[2], source;
-        int i = 0;
-        for (auto family : {InProcessFamily::FinalCutPro, InProcessFamily::Motion}) {
-            HostPicture input(w, h, depth, format, bottomUp);
-            for (int y = 0; y < h; ++y) { // any picture will do, as long as it is the same one
-                for (std::size_t k = 0; k < input.rowLength(); ++k)
-                    input.row(y)[k] = (unsigned char)(k * 5 + y * 17);
-                if (depth == 32) // keep floats finite and in range
-                    for (int k = 0; k < w * 4; ++k)
-                        reinterpret_cast<float*>(input.row(y))[k] =
-                            float((k * 5 + y * 17) % 97) / 96.0f;
-            }
-            source = input.bytes();
-            // Motion keeps alpha first under the R G B A label too.
-            bool rotate = family == InProcessFamily::Motion && format == kFxPixelFormat_RGBA;
-            if (rotate) rotatePixels(input, true);
-            InProcessHost host(family);
-            ASSERT_TRUE(host.load(MirrelBundle()));
-            placeFloor(host);
-            HostPicture output(w, h, depth, format, bottomUp);
-            ASSERT_TRUE(host.render(input.image, output.image, {.frame = 0}));
-            if (rotate) rotatePixels(output, false);
-            results[i++] = output.bytes();
-        }
-        EXPECT_EQ(results[0], results[1]);
-        EXPECT_NE(results[0], source);
-    }
 }
 
 // Sizes that follow the proxy scale (softness, seam) shrink by half again on a field.

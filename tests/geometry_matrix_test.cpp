@@ -25,23 +25,6 @@ void randomQuad(std::mt19937& rng, double* q) {
     for (int i = 0; i < 8; ++i) q[i] = (i % 2 ? oy : ox) + s * (kUnit[i] + jitter(rng));
 }
 
-TEST(Mtrx44, CompositionOrderAndRotationSense) {
-    TX_Mtrx44 m, z;
-    m.translate(1, 2, 3);
-    m.scale(2, 2, 2); // the last call acts first
-    z.rotZ(90);
-    EXPECT_EQ(project(m, 1, 1).x, 3);
-    EXPECT_NEAR(project(z, 1, 0).y, 1, 1e-12);
-    // The 2-D forms act after what is there, and rotate the other way.
-    TX_Point2D p = TX_Point2D(1, 1) * TX_Matrix2D().scale(2, 3).translate(1, -1);
-    TX_Point2D s = TX_Point2D(1, 2) * TX_Matrix2D().shearx(3).sheary(0.5);
-    EXPECT_EQ(p.x, 3);
-    EXPECT_EQ(p.y, 2);
-    EXPECT_EQ(s.x, 7);
-    EXPECT_EQ(s.y, 5.5);
-    EXPECT_NEAR((TX_Point2D(1, 0) * TX_Matrix2D().rotate(M_PI / 2)).y, -1, 1e-12);
-}
-
 TEST(Mtrx44, QuadMappingsHitEveryCornerAfterTheDivide) {
     std::mt19937 rng(7);
     for (int trial = 0; trial < 500; ++trial) {

@@ -168,24 +168,8 @@ TEST(PolyScan, RandomQuadsCoverTheirCentresAndArea) {
     }
 }
 
-TEST(PolyAreaScan, RowsSplitIntoEdgeInteriorEdge) {
-    Canvas c({{10, 10.5}, {20, 10.5}, {20, 20}, {10, 20}});
-    c.p.polyAreaScan(&win, 0, 0, W - 1, H - 1);
-    ASSERT_EQ(c.order.size(), 30u);
-    // Row 10 has only its lower eight sub-rows: one edge span of pixels 10 to 20.
-    EXPECT_EQ(c.edges[0].count, 11);
-    EXPECT_EQ(c.lines[0].count, 0);
-    EXPECT_FLOAT_EQ(c.at(10, 10), 0.5f);
-    EXPECT_FLOAT_EQ(c.at(20, 10), 8.0f / 8192);
-    // Full rows: pixel 10 whole, interior 11 to 19, and pixel 20 touched by the closed end.
-    for (int y = 11; y < 20; ++y) {
-        EXPECT_EQ(c.order.substr(3 * (y - 10), 3), "ele");
-        EXPECT_EQ(c.edges[2 * (y - 10)].count + c.lines[y - 10].count, 10);
-        EXPECT_FLOAT_EQ(c.at(20, y), 0.001953125f);
-    }
-    EXPECT_EQ(c.at(15, 20), 0.0f);
-
-    // No span runs past the window's right bound.
+// No span runs past the window's right bound.
+TEST(PolyAreaScan, SpansStopAtTheWindow) {
     Canvas n({{10, 0}, {40, 0}, {43, 1}, {13, 1}});
     TX_Window narrow{0, 0, 11, H - 1};
     n.p.polyAreaScan(&narrow, 0, 0, W - 1, H - 1);

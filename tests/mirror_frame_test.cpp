@@ -70,23 +70,6 @@ void expectSame(MemoryImage& a, MemoryImage& b, double tolerance) {
                 ASSERT_NEAR(rgbaAt(a, x, y)[i], rgbaAt(b, x, y)[i], tolerance) << x << "," << y;
 }
 
-TEST(MirrorFrame, NoneShowsTheMirroredSourceBelowTheBaselineAndBacklitLaysItOver) {
-    Frame none({{kTransferMode, {0}}}), normal; // "Based on Light" under "Backlit": normal
-    for (int y = 0; y < kH; ++y)
-        for (int x = 2; x < kW - 2; ++x) {
-            Rgba const m = none.out(x, y), s = normal.in(x, y), o = normal.out(x, y);
-            EXPECT_TRUE(y >= kBaseline - 1 || m[3] == 0.0) << x << "," << y;
-            if (y > kBaseline + 1) {
-                Rgba const want = sourceAt(x, mirroredRow(y, true));
-                ASSERT_GT(m[3], 0.2) << y;
-                for (int i : {0, 1}) EXPECT_NEAR(straight(m, i), want[i], 0.02) << x << "," << y;
-            }
-            for (int i = 0; i < 3; ++i) // the mirror, premultiplied, over the opaque source
-                EXPECT_NEAR(o[i], m[i] + s[i] * (1 - m[3]), 0.015) << x << "," << y << " " << i;
-            EXPECT_NEAR(o[3], 1.0, 0.005);
-        }
-}
-
 // The flat image leaves undrawn the rows that the drawing onto the frame never samples. A host
 // that hands settings of its own (here the ones the effect would make) has every row drawn; the
 // frames are the same to the byte over geometries, lights, qualities and both integer depths.
@@ -111,18 +94,6 @@ TEST(MirrorFrame, FrontlitTakesTheHandleSideUnflippedAndGoesBehind) {
             EXPECT_NEAR(straight(none.out(x, y), 0), sourceAt(x, mirroredRow(y, false))[0], 0.02)
                 << x << "," << y;
     expectSame(based.output, based.input, 1.5 / 255); // hidden behind the opaque source
-}
-
-TEST(MirrorFrame, Opacities) {
-    Frame full({{kTransferMode, {0}}}), half({{kTransferMode, {0}}, {kMirrelOpacity, {50.0}}});
-    Frame noSource({{kSourceOpacity, {0.0}}}), noMirror({{kMirrelOpacity, {0.0}}});
-    for (int x = 0; x < kW; ++x) {
-        int const a = int(std::lround(full.out(x, kH - 3)[3] * 255));
-        EXPECT_EQ(std::lround(half.out(x, kH - 3)[3] * 255), (a * 127 + 128) >> 8);
-        EXPECT_EQ(noSource.out(x, 10)[3], 0.0); // only the reflection is left
-        EXPECT_GT(noSource.out(x, kH - 3)[3], 0.3);
-    }
-    expectSame(noMirror.output, noMirror.input, 1.5 / 255);
 }
 
 // The blurred frame is the mean of the frames at the sample times, in whole ticks (a hundred a

@@ -16,7 +16,7 @@ namespace {
 struct Grain {
     MemoryImage output{RF_RGBA8, 48, 32, MemoryImage::Rows::Padded}, work{RF_RGBA8, 48, 32};
     MemoryHost host{&work, &output};
-    PluginRasterProxy workProxy{&host, new MemoryRaster(work.info, false), false, true};
+    PluginRasterProxy workProxy{&host, new MemoryRaster(work.info), false, true};
     int status = 0;
     Grain(bool fxplug, double amount, double softness, int seed, double frame, int bytes = 0,
           int failAt = 0) {

@@ -43,31 +43,6 @@ void drag(Served& s, Point from, double dx, double dy) {
     ASSERT_EQ(code(s, "/api/mouse", mouse("up", {from.x + dx, from.y + dy})), 200);
 }
 
-// Which part moves what is the overlay's own test; here a handle and a line, through HTTP.
-TEST(PreviewHttp, ADragMovesWhatItsShapeMovesAndNothingElse) {
-    Scratch scratch;
-    std::string input = writeSample(scratch("in.png"));
-    for (bool line : {false, true}) {
-        SCOPED_TRACE(line ? "baseline" : "end handle");
-        Served s(input);
-        json before = s.state();
-        Point b = pointOf(before, "Baseline Start"), e = pointOf(before, "Baseline End");
-        drag(s, line ? Point{b.x + (e.x - b.x) * 0.3, b.y + (e.y - b.y) * 0.3} : e, 0.05, -0.1);
-        json after = s.state();
-        std::set<std::string> moved = {"Baseline End"};
-        if (line) moved.insert({"Baseline Start", "Height and Slant"});
-        auto was = valuesOf(before), now = valuesOf(after);
-        for (auto const& [label, value] : was) {
-            if (!moved.count(label)) {
-                EXPECT_EQ(now[label], value) << label;
-                continue;
-            }
-            EXPECT_NEAR(now[label][0].get<double>(), value[0].get<double>() + 0.05, 1e-12) << label;
-            EXPECT_NEAR(now[label][1].get<double>(), value[1].get<double>() - 0.1, 1e-12) << label;
-        }
-    }
-}
-
 TEST(PreviewHttp, TheFrameFollowsTheDragAndEqualsTheExportedRender) {
     Scratch scratch;
     std::string input = writeSample(scratch("in.png"));
