@@ -33,16 +33,6 @@ int shell(Scratch const& scratch, std::string const& command) {
         ("cd " + scratch.dir.string() + " && PATH=" + bin + ":$PATH " + command).c_str());
 }
 
-// Press at `from`, move in steps by (dx, dy) on a canvas shown at twice the frame's size, release.
-void drag(Served& s, Point from, double dx, double dy) {
-    ASSERT_EQ(code(s, "/api/mouse", mouse("down", from, 320, 240)), 200);
-    for (int step = 1; step <= 3; ++step)
-        ASSERT_EQ(
-            code(s, "/api/mouse", mouse("drag", {from.x + dx * step / 3, from.y + dy * step / 3})),
-            200);
-    ASSERT_EQ(code(s, "/api/mouse", mouse("up", {from.x + dx, from.y + dy})), 200);
-}
-
 TEST(PreviewHttp, TheFrameFollowsTheDragAndEqualsTheExportedRender) {
     Scratch scratch;
     std::string input = writeSample(scratch("in.png"));
