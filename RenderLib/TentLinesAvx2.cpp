@@ -219,6 +219,28 @@ MIRREL_AVX2_INLINE void addRow(int* sums, C const* p, int weight, int values, in
     for (; v < values; ++v) sums[v] += weight * int(p[v]);
 }
 
+// One output row of a column pass from the running sums S and steps D of every value, which
+// then move on by one row: L, R and M are the rows that enter, leave and count twice.
+template <class C>
+MIRREL_AVX2_INLINE void columnRow(C* out, int* S, int* D, C const* L, C const* R, C const* M,
+                                  int values, int wide, __m256d recip, double recipScalar) {
+    int v = 0;
+    for (; v < wide; v += 8) {
+        __m256i* sp = reinterpret_cast<__m256i*>(S + v);
+        __m256i* dp = reinterpret_cast<__m256i*>(D + v);
+        __m256i s = _mm256_loadu_si256(sp), d = _mm256_loadu_si256(dp);
+        store8(out + v, outputs(s, recip));
+        advance8(s, d, load8(L + v), load8(R + v), load8(M + v));
+        _mm256_storeu_si256(sp, s);
+        _mm256_storeu_si256(dp, d);
+    }
+    for (; v < values; ++v) {
+        out[v] = C(double(S[v]) * recipScalar);
+        S[v] += D[v];
+        D[v] += int(L[v]) + int(R[v]) - 2 * int(M[v]);
+    }
+}
+
 template <class C>
 MIRREL_AVX2 void columnsExact(unsigned char const* src, std::ptrdiff_t srcRowBytes,
                               unsigned char* dst, std::ptrdiff_t dstRowBytes, int width, int height,
@@ -249,21 +271,7 @@ MIRREL_AVX2 void columnsExact(unsigned char const* src, std::ptrdiff_t srcRowByt
             C const* L = row(i - r) + o;
             C const* R = row(i + r + 2) + o;
             C const* M = row(i + 1) + o;
-            int v = 0;
-            for (; v < wide; v += 8) {
-                __m256i* sp = reinterpret_cast<__m256i*>(S + v);
-                __m256i* dp = reinterpret_cast<__m256i*>(D + v);
-                __m256i s = _mm256_load_si256(sp), d = _mm256_load_si256(dp);
-                store8(out + v, outputs(s, recip));
-                advance8(s, d, load8(L + v), load8(R + v), load8(M + v));
-                _mm256_store_si256(sp, s);
-                _mm256_store_si256(dp, d);
-            }
-            for (; v < values; ++v) {
-                out[v] = C(double(S[v]) * recipScalar);
-                S[v] += D[v];
-                D[v] += int(L[v]) + int(R[v]) - 2 * int(M[v]);
-            }
+            columnRow(out, S, D, L, R, M, values, wide, recip, recipScalar);
         }
     }
 }
@@ -329,21 +337,7 @@ MIRREL_AVX2 void blurExact(unsigned char* pixels, std::ptrdiff_t rowBytes, int w
         C const* L = passed(i - r);
         C const* R = passed(i + r + 2);
         C const* M = passed(i + 1);
-        int v = 0;
-        for (; v < wide; v += 8) {
-            __m256i* sp = reinterpret_cast<__m256i*>(S + v);
-            __m256i* dp = reinterpret_cast<__m256i*>(D + v);
-            __m256i s = _mm256_loadu_si256(sp), d = _mm256_loadu_si256(dp);
-            store8(out + v, outputs(s, recip));
-            advance8(s, d, load8(L + v), load8(R + v), load8(M + v));
-            _mm256_storeu_si256(sp, s);
-            _mm256_storeu_si256(dp, d);
-        }
-        for (; v < values; ++v) {
-            out[v] = C(double(S[v]) * recipScalar);
-            S[v] += D[v];
-            D[v] += int(L[v]) + int(R[v]) - 2 * int(M[v]);
-        }
+        columnRow(out, S, D, L, R, M, values, wide, recip, recipScalar);
     }
 }
 

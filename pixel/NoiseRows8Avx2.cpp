@@ -6,13 +6,6 @@
 
 namespace {
 
-template <int I> MIRREL_AVX2_INLINE __m256i grained(__m256i px, __m256 n) {
-    __m256i const v = _mm256_cvttps_epi32(_mm256_add_ps(_mm256_cvtepi32_ps(byteLanes<I>(px)), n));
-    __m256i const held =
-        _mm256_min_epi32(_mm256_max_epi32(v, _mm256_setzero_si256()), _mm256_set1_epi32(255));
-    return _mm256_slli_epi32(held, 8 * I);
-}
-
 template <int AI>
 MIRREL_AVX2 int noiseRow(unsigned char* px, unsigned char const* field, int width, float a,
                          float h) {
