@@ -158,15 +158,15 @@ int coreTransformRender(PIXEL, C, ACC, V, FORMAT, PluginHost_API* host, CoreRend
     s.kernelSize = args.kernelIndex;
 
     switch (args.filter) {
-    case 1:
+    case kKernelTriangle:
         s.interpMode = 1;
         break;
-    case 0:
+    case kKernelBox:
         s.interpMode = 0;
         break;
-    case 22:
+    case kKernelSupersampled:
         s.interpMode = 3;
-        args.filter = 9;
+        args.filter = kKernelParzen;
         break;
     default:
         s.interpMode = 2;

@@ -14,8 +14,8 @@ RenderSettings* asSettings(void* context) {
 
 // The parametrised kernels of a sharpening pair each read their own block.
 void initBlock(RenderSettings* s, int filter, int block, double b, double c) {
-    if (filter == 20) mitchell_init(b, c, s->mitchellCoeffs[block]);
-    if (filter == 21) kaiser_init(b, c, s->kaiserParams[block]);
+    if (filter == kKernelMitchell) mitchell_init(b, c, s->mitchellCoeffs[block]);
+    if (filter == kKernelKaiser) kaiser_init(b, c, s->kaiserParams[block]);
 }
 } // namespace
 
@@ -206,51 +206,51 @@ void kaiser_init(double alpha, double, void* block) {
 
 KernelFunction getInterpLineFunc(int id) {
     switch (id) {
-    case 0:
+    case kKernelBox:
         return filter_box;
-    case 1:
-    case 2:
+    case kKernelTriangle:
+    case kKernelTriangle2:
         return filter_triangle;
-    case 3:
+    case kKernelQuadratic:
         return filter_quadratic;
-    case 4:
+    case kKernelCatrom:
         return filter_catrom;
-    case 5:
+    case kKernelCubic:
         return filter_cubic;
-    case 6:
+    case kKernelKeys:
         return filter_keys;
-    case 7:
+    case kKernelSimon:
         return filter_simon;
-    case 8:
+    case kKernelRifman:
         return filter_rifman;
-    case 9:
+    case kKernelParzen:
         return filter_parzen;
-    case 10:
+    case kKernelLanczos:
         return filter_lanczos;
-    case 11:
+    case kKernelLanczos2:
         return filter_lanczos2;
-    case 12:
+    case kKernelLanczos3:
         return filter_lanczos3;
-    case 13:
+    case kKernelGaussian:
         return filter_gaussian;
-    case 14:
+    case kKernelNormal:
         return filter_normal;
-    case 15:
+    case kKernelBessel:
         return filter_bessel;
-    case 16:
+    case kKernelSinc:
         return filter_sinc;
-    case 17:
+    case kKernelHanning:
         return filter_hanning;
-    case 18:
+    case kKernelHamming:
         return filter_hamming;
-    case 19:
+    case kKernelBlackman:
         return filter_blackman;
-    case 20:
+    case kKernelMitchell:
         return filter_mitchell;
-    case 21:
+    case kKernelKaiser:
         return filter_kaiser;
-    case 23:
-    case 24:
+    case kKernelLanczosSharp:
+    case kKernelLanczosSharp2:
         return filter_lanczos;
     default:
         return nullptr;
@@ -276,8 +276,8 @@ void setKernelTransformSize(RenderSettings* settings, int index, float scale) {
 void setInterpLineFunc(RenderSettings* settings, double b, double c, int filter, bool sharpen,
                        int filter2, double sharpenSize, bool sharpenClamp, double b2, double c2,
                        double sharpenAmount, bool clampNegative, bool buildLut) {
-    if (filter == 23 || filter == 24) {
-        filter = 10;
+    if (filter == kKernelLanczosSharp || filter == kKernelLanczosSharp2) {
+        filter = kKernelLanczos;
         sharpen = false;
     }
     settings->kernelPass = 0;

@@ -3,7 +3,7 @@
 void initializeCoreRenderArguments(CoreRenderArguments* args) {
     static const double unitQuad[4][2] = {{0.0, 0.0}, {0.0, 1.0}, {1.0, 0.0}, {1.0, 1.0}};
     args->transformType = 1;
-    args->filter = 1;
+    args->filter = kKernelTriangle;
     args->kernelScale = 1.0;
     args->clampNegative = false;
     args->kernelIndex = 0;

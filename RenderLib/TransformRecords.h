@@ -11,6 +11,37 @@
 // A filter kernel: weight at distance x; the context is the RenderSettings that owns it.
 typedef double (*KernelFunction)(double x, void* settings);
 
+// Kernel identifiers of CoreRenderArguments::filter. Box doubles as nearest and triangle as
+// bilinear; supersampled is turned into parzen by the transform; the two sharpening lanczos ids
+// are plain lanczos.
+enum KernelId : int {
+    kKernelBox = 0,
+    kKernelTriangle = 1,
+    kKernelTriangle2 = 2,
+    kKernelQuadratic = 3,
+    kKernelCatrom = 4,
+    kKernelCubic = 5,
+    kKernelKeys = 6,
+    kKernelSimon = 7,
+    kKernelRifman = 8,
+    kKernelParzen = 9,
+    kKernelLanczos = 10,
+    kKernelLanczos2 = 11,
+    kKernelLanczos3 = 12,
+    kKernelGaussian = 13,
+    kKernelNormal = 14,
+    kKernelBessel = 15,
+    kKernelSinc = 16,
+    kKernelHanning = 17,
+    kKernelHamming = 18,
+    kKernelBlackman = 19,
+    kKernelMitchell = 20,
+    kKernelKaiser = 21,
+    kKernelSupersampled = 22,
+    kKernelLanczosSharp = 23,
+    kKernelLanczosSharp2 = 24,
+};
+
 struct CoreRenderArguments {
     int transformType; // 0 3D, 1 2D, 2 unit square to destQuad, 3 srcQuad to destQuad,
                        // 4 srcQuad to unit square

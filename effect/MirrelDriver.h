@@ -169,7 +169,9 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     initializeCoreRenderArguments(&core);
     core.renderMode = 3;
     core.transformType = 2;
-    core.filter = args.quality == 0 ? 0 : (args.quality == 1 ? 1 : 9);
+    core.filter = args.quality == 0   ? kKernelBox
+                  : args.quality == 1 ? kKernelTriangle
+                                      : kKernelParzen;
     core.kernelScale = 1.0;
 
     MirrelWorking w;

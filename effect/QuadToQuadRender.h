@@ -146,13 +146,12 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
             // 1 / 2 times the aspect, nothing below an aspect of 2.
             int const mode = sample.softnessMode;
             bool const floatRowsAlone = mode != kSoftnessUniform && mode != kSoftnessUniformAlpha &&
-                                        sample.softnessAspect >= 0.0 &&
-                                        sample.softnessAspect < 2.0;
-            bool const noBlur =
-                sample.softness == 0.0 && (!std::is_floating_point_v<C> || floatRowsAlone) &&
-                (mode == kSoftnessSimple || mode == kSoftnessProgressiveLinear ||
-                 mode == kSoftnessProgressiveSquare || mode == kSoftnessUniform ||
-                 mode == kSoftnessUniformAlpha);
+                                        sample.softnessAspect >= 0.0 && sample.softnessAspect < 2.0;
+            bool const noBlur = sample.softness == 0.0 &&
+                                (!std::is_floating_point_v<C> || floatRowsAlone) &&
+                                (mode == kSoftnessSimple || mode == kSoftnessProgressiveLinear ||
+                                 mode == kSoftnessProgressiveSquare || mode == kSoftnessUniform ||
+                                 mode == kSoftnessUniformAlpha);
             if (noBlur && !sample.bend && first == &local) {
                 CoreRenderArguments probeArgs = B;
                 probeArgs.transformType = 2;
@@ -205,7 +204,7 @@ int QuadToQuadRender(P p, C c, A a, V v, F f, PluginHost_API* host,
     };
     bool const bend = sample.bend;
     // A bent image is never sampled nearest.
-    if (bend && arguments.filter == 0) arguments.filter = 1;
+    if (bend && arguments.filter == kKernelBox) arguments.filter = kKernelTriangle;
     if (!bend) return pass(destination, 0, nullptr);
 
     int const W = destination.width, H = destination.height;

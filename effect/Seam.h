@@ -26,14 +26,22 @@ inline float seamHalfWidth(int seamSize, double scale) {
     return float(size * scale);
 }
 
+// The "Seam Style" entries.
+enum SeamStyle : int {
+    kSeamConstant = 0,
+    kSeamLinear = 1,
+    kSeamSquare = 2,
+    kSeamInverseSquare = 3
+};
+
 // Weight of the band's colour at closeness c: 1 on the centre line, 0 at the band's edge.
 inline double seamWeight(int style, float c, double intensity) {
     switch (style) {
-    case 1:
+    case kSeamLinear:
         return c * intensity;
-    case 2:
+    case kSeamSquare:
         return c * c * intensity;
-    case 3:
+    case kSeamInverseSquare:
         return std::sqrt(c) * intensity;
     default:
         return intensity;
