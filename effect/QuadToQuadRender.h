@@ -24,6 +24,18 @@
 // from the baseline work on plain rows; the flat image is then drawn onto destQuad.
 
 namespace quad_detail {
+// Pass 0's flat image kept for pass 1 of a bend, in place of the round trip through the bent
+// image: pass 1 would copy back exactly the bytes pass 0 put there (both are packed rasters of
+// the frame's size) and tone them the same way. `carried` is set where pass 0 would have copied,
+// `toned` once the tone has run on it.
+struct CarriedFlat {
+    explicit CarriedFlat(PluginHost_API* host) : memory(host) {}
+    ScratchBlock memory;
+    PluginHost_API::RasterInfo info;
+    bool carried = false;
+    bool toned = false;
+};
+
 inline void copyCommonRows(PluginHost_API::RasterInfo const& src,
                            PluginHost_API::RasterInfo const& dst) {
     std::size_t const n = std::size_t(std::min(std::abs(src.rowBytes), std::abs(dst.rowBytes)));
@@ -75,7 +87,8 @@ template <class P, class C, class Acc, class V, class F>
 int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::RasterInfo& source,
                          PluginHost_API::RasterInfo& destination,
                          CoreRenderArguments const& arguments, SampleSettings const& sample,
-                         int bendPass, PluginHost_API::RasterInfo* bentImage) {
+                         int bendPass, PluginHost_API::RasterInfo* bentImage,
+                         quad_detail::CarriedFlat* carry = nullptr) {
     int const W = destination.width, H = destination.height;
     int const pixelBytes = int(sizeof(C)) * 4;
     bool const later = bendPass > 1;
@@ -89,7 +102,10 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
 
         // The mask passes draw coverage only and need no flat image of their own.
         PluginHost_API::RasterInfo flat;
-        if (!later && !flatMemory.allocImage(flat, destination.format, W, H, pixelBytes)) {
+        bool const reuse = bendPass == 1 && sample.bend && carry && carry->carried;
+        if (reuse) flat = carry->info;
+        if (!later && !reuse &&
+            !flatMemory.allocImage(flat, destination.format, W, H, pixelBytes)) {
             host->fillOutput();
             return 1;
         }
@@ -161,7 +177,7 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
             CommonRender_CoreTransformRender(host, A, source, flat, true, sample.singleChannel,
                                              first, true, false);
             softnessStage(host, bottomLine, H, sample, flat);
-        } else if (bendPass == 1 && sample.bend && bentImage) {
+        } else if (bendPass == 1 && sample.bend && bentImage && !reuse) {
             // The flat image of pass 0, carried over: nothing is transformed or blurred again.
             quad_detail::copyCommonRows(*bentImage, flat);
         }
@@ -172,12 +188,18 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
                                    sample.seamColor, sample.bendStart, sample.bendStretch},
                      scale);
 
-        if (sample.bend && bentImage && bendPass == 0)
+        bool const keep = sample.bend && bentImage && bendPass == 0 && carry;
+        if (keep) {
+            carry->memory.takeFrom(flatMemory);
+            carry->info = flat;
+            carry->carried = true;
+        } else if (sample.bend && bentImage && bendPass == 0)
             quad_detail::copyCommonRows(flat, *bentImage);
 
-        if (!later)
+        if (!later && !(reuse && carry->toned))
             applyTone(P(), C(), Acc(), V(), F(), flat, source.format, sample.gamma,
                       sample.brightness);
+        if (keep) carry->toned = true;
 
         B.transformType = 2;
         if (later) flat = source;
@@ -197,10 +219,10 @@ int QuadToQuadRender(P p, C c, A a, V v, F f, PluginHost_API* host,
                      PluginHost_API::RasterInfo& source, PluginHost_API::RasterInfo& destination,
                      PluginRasterProxy& proxy, CoreRenderArguments& arguments,
                      SampleSettings const& sample) {
-    auto pass = [&](PluginHost_API::RasterInfo& dst, int bendPass,
-                    PluginHost_API::RasterInfo* bent) {
+    auto pass = [&](PluginHost_API::RasterInfo& dst, int bendPass, PluginHost_API::RasterInfo* bent,
+                    quad_detail::CarriedFlat* carry = nullptr) {
         return QuadToQuadRenderPass(p, c, a, v, f, host, source, dst, arguments, sample, bendPass,
-                                    bent);
+                                    bent, carry);
     };
     bool const bend = sample.bend;
     // A bent image is never sampled nearest.
@@ -232,10 +254,15 @@ int QuadToQuadRender(P p, C c, A a, V v, F f, PluginHost_API* host,
         host->fillOutput();
         return 1;
     }
-    // Pass 1 reads what pass 0 left here; if pass 0 could not run that is nothing, not garbage.
-    clearRows(bent);
-    pass(destination, 0, &bent);
-    pass(bent, 1, &bent);
+    {
+        quad_detail::CarriedFlat carry(host);
+        pass(destination, 0, &bent, &carry);
+        // Without a carried flat image pass 1 reads the bent image, which pass 0 then never
+        // wrote: what it finds there must be nothing, not garbage. With one, pass 1 clears the
+        // bent image before drawing into it.
+        if (!carry.carried) clearRows(bent);
+        pass(bent, 1, &bent, &carry);
+    }
     if (!take(temps.nearMask, nearMask)) {
         host->fillOutput();
         return 1;

@@ -34,6 +34,15 @@ class ScratchBlock {
 
     bool held() const { return m_handle != nullptr; }
 
+    // Takes over what other holds, which then holds nothing.
+    void takeFrom(ScratchBlock& other) {
+        release();
+        m_handle = other.m_handle;
+        m_locked = other.m_locked;
+        other.m_handle = nullptr;
+        other.m_locked = false;
+    }
+
     void release() {
         if (!m_handle) return;
         if (m_locked) m_host->unlockMemory(m_handle);
