@@ -19,4 +19,18 @@ template <int I> MIRREL_AVX2_INLINE __m256i grained(__m256i px, __m256 n) {
         _mm256_min_epi32(_mm256_max_epi32(v, _mm256_setzero_si256()), _mm256_set1_epi32(255));
     return _mm256_slli_epi32(held, 8 * I);
 }
+
+// Eight packed 8-bit pixels at px take the grain of their field values f (int lanes):
+// colour = clamp(int(colour + (f - h) * a)), alpha at byte AI kept.
+template <int AI>
+MIRREL_AVX2_INLINE void addGrain8(unsigned char* px, __m256i f, __m256 hv, __m256 av) {
+    constexpr int C0 = AI == 0 ? 1 : 0;
+    auto* p = reinterpret_cast<__m256i*>(px);
+    __m256i const v = _mm256_loadu_si256(p);
+    __m256 const n = _mm256_mul_ps(_mm256_sub_ps(_mm256_cvtepi32_ps(f), hv), av);
+    __m256i const colours = _mm256_or_si256(
+        _mm256_or_si256(grained<C0>(v, n), grained<C0 + 1>(v, n)), grained<C0 + 2>(v, n));
+    __m256i const alphaBits = _mm256_set1_epi32(int(0xFFu << (8 * AI)));
+    _mm256_storeu_si256(p, _mm256_or_si256(colours, _mm256_and_si256(v, alphaBits)));
+}
 #endif
