@@ -13,21 +13,10 @@
 
 namespace {
 
-MIRREL_AVX2_INLINE __m256i load8(unsigned char const* p) {
-    return _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<__m128i const*>(p)));
-}
 // Eight int lanes within 0..255 as bytes.
 MIRREL_AVX2_INLINE void store8(unsigned char* p, __m256i v) {
     __m128i const w = _mm_packus_epi32(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
     _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(w, w));
-}
-// Eight whole sums times the reciprocal in double, truncated.
-MIRREL_AVX2_INLINE __m256i scaled(__m256i sums, __m256d recip) {
-    __m128i const lo =
-        _mm256_cvttpd_epi32(_mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_castsi256_si128(sums)), recip));
-    __m128i const hi = _mm256_cvttpd_epi32(
-        _mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_extracti128_si256(sums, 1)), recip));
-    return _mm256_setr_m128i(lo, hi);
 }
 
 // For radii up to 15 the sums stay below 2^16, and 16 lanes of 16 bits take them, with the
@@ -117,7 +106,7 @@ MIRREL_AVX2 void planeRows(unsigned char const* field, unsigned char* work, int 
                 sum = _mm256_add_epi32(
                     sum, _mm256_mullo_epi32(load8(&pad[std::size_t(x + t)]),
                                             _mm256_set1_epi32(r + 1 - std::abs(t - r))));
-            store8(dst + x, scaled(sum, recipV));
+            store8(dst + x, sumsTimes(sum, recipV));
         }
         for (; x < width; ++x) {
             int sum = 0;
@@ -171,7 +160,7 @@ MIRREL_AVX2 void planeColumns(unsigned char const* work, unsigned char* field, i
         for (; x + 8 <= width; x += 8) {
             __m256i s = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(&S[x]));
             __m256i d = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(&D[x]));
-            store8(out + x, scaled(s, recipV));
+            store8(out + x, sumsTimes(s, recipV));
             if (last) continue;
             s = _mm256_add_epi32(s, d);
             d = _mm256_add_epi32(d, _mm256_sub_epi32(_mm256_add_epi32(load8(L + x), load8(R + x)),

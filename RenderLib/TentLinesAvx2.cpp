@@ -101,22 +101,11 @@ MIRREL_AVX2 void step(C const* L, C const* R, C const* M, C* out, double* S, dou
 
 // The exact integer forms (unsigned char and unsigned short channels).
 
-// Eight channel values, two pixels, widened to 32-bit lanes.
-MIRREL_AVX2_INLINE __m256i load8(unsigned char const* p) {
-    return _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<__m128i const*>(p)));
-}
-MIRREL_AVX2_INLINE __m256i load8(unsigned short const* p) {
-    return _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<__m128i const*>(p)));
-}
-
 // Eight sums as the portable loop stores them: the double times the reciprocal, truncated (the
 // results lie in the channel's range), packed in channel order.
 MIRREL_AVX2_INLINE __m128i outputs(__m256i S, __m256d recip) {
-    __m128i const lo =
-        _mm256_cvttpd_epi32(_mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_castsi256_si128(S)), recip));
-    __m128i const hi = _mm256_cvttpd_epi32(
-        _mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_extracti128_si256(S, 1)), recip));
-    return _mm_packus_epi32(lo, hi);
+    __m256i const t = sumsTimes(S, recip);
+    return _mm_packus_epi32(_mm256_castsi256_si128(t), _mm256_extracti128_si256(t, 1));
 }
 MIRREL_AVX2_INLINE void store8(unsigned char* p, __m128i words) {
     _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(words, words));

@@ -12,6 +12,23 @@ template <int I> MIRREL_AVX2_INLINE __m256i byteLanes(__m256i px) {
     return _mm256_and_si256(_mm256_srli_epi32(px, 8 * I), _mm256_set1_epi32(255));
 }
 
+// Eight channel values widened to 32-bit lanes.
+MIRREL_AVX2_INLINE __m256i load8(unsigned char const* p) {
+    return _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<__m128i const*>(p)));
+}
+MIRREL_AVX2_INLINE __m256i load8(unsigned short const* p) {
+    return _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<__m128i const*>(p)));
+}
+
+// Eight whole sums times a reciprocal in double, truncated, as the portable blurs store them.
+MIRREL_AVX2_INLINE __m256i sumsTimes(__m256i sums, __m256d recip) {
+    __m128i const lo =
+        _mm256_cvttpd_epi32(_mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_castsi256_si128(sums)), recip));
+    __m128i const hi = _mm256_cvttpd_epi32(
+        _mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_extracti128_si256(sums, 1)), recip));
+    return _mm256_setr_m128i(lo, hi);
+}
+
 // Byte I of every pixel plus the grain n, truncated and held to 0..255, back in byte I.
 template <int I> MIRREL_AVX2_INLINE __m256i grained(__m256i px, __m256 n) {
     __m256i const v = _mm256_cvttps_epi32(_mm256_add_ps(_mm256_cvtepi32_ps(byteLanes<I>(px)), n));
