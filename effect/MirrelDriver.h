@@ -25,6 +25,10 @@ struct MirrelFrame {
     PluginRasterProxy& output;
     PluginHost_API::RasterInfo& workInfo;
     PluginHost_API::RasterInfo& outputInfo;
+    // The pixels the samples read: the working copy, or the input while the copy is deferred.
+    PluginHost_API::RasterInfo const& sourceInfo;
+    // The raster the working copy is still to be made from, or null when it has been made.
+    PluginRaster_API* pendingCopy;
 };
 
 // When the samples of a frame are taken, in host ticks.
@@ -145,12 +149,12 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     if (shutter.multiSampling &&
         !scratch.sampleResult.allocImage(sampleResultOwn, format, W, H, pixelBytes))
         return refused();
-    // Nothing writes the working copy while the samples are drawn, so the transforms read it where
-    // it is: the source copy keeps its block, and the host sees the same requests, but its record
-    // points at the working copy's pixels instead of a copy of them.
+    // Nothing writes the source while the samples are drawn, so the transforms read it where it
+    // is: the source copy keeps its block, and the host sees the same requests, but its record
+    // points at the source's pixels instead of a copy of them.
     PluginHost_API::RasterInfo sourceView = sourceCopy;
-    sourceView.data = frame.workInfo.data;
-    sourceView.rowBytes = frame.workInfo.rowBytes;
+    sourceView.data = frame.sourceInfo.data;
+    sourceView.rowBytes = frame.sourceInfo.rowBytes;
     // One unbent sample is drawn in the output's rows themselves when they hold the frame: the
     // one stage that may fill the output on the way does so before anything is drawn, when the
     // cleared result holds the same zeros, so the copy out would change nothing.
@@ -294,6 +298,7 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     } else if (!inOutput) {
         copyRows(result, frame.outputInfo, std::size_t(W) * pixelBytes, H);
     }
+    if (frame.pendingCopy) host->copy(frame.pendingCopy, frame.work.getImpl());
     status = MirrelFinish(p, c, a, v, f, host, args, w.fadeNoise, frame.work.getImpl(),
                           frame.output.getImpl(), status);
 
