@@ -276,7 +276,8 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
                                     .seamStyle = args.seamStyle,
                                     .seamSize = args.seamSize,
                                     .seamIntensity = w.seamIntensity,
-                                    .seamColor = seamColor};
+                                    .seamColor = seamColor,
+                                    .destinationClear = true};
         // The render only reads its source: every sample reads the working copy.
         status = QuadToQuadRender(p, c, a, v, f, host, sourceView, sampleResult, frame.work, core,
                                   sample);

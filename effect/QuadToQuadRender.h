@@ -203,8 +203,9 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
 
         B.transformType = 2;
         if (later) flat = source;
-        if (CommonRender_CoreTransformRender(host, B, flat, destination, true, sample.singleChannel,
-                                             &second, true, later) != 0)
+        bool const clear = !(bendPass == 0 && sample.destinationClear);
+        if (CommonRender_CoreTransformRender(host, B, flat, destination, clear,
+                                             sample.singleChannel, &second, true, later) != 0)
             copyRows(flat, destination, std::size_t(pixelBytes) * W, H);
     } catch (...) {
         status = 1;

@@ -20,4 +20,6 @@ struct SampleSettings {
     double seamIntensity = 0.0;        // percent
     double const* seamColor = nullptr; // red, green, blue, 0 to 1
     bool singleChannel = false;        // handed to both transforms
+    // The destination holds only zeros on arrival, so drawing the unbent image need not clear it.
+    bool destinationClear = false;
 };
