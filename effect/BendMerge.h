@@ -3,6 +3,9 @@
 #include "pixel/BendMergeRows8.h"
 #include "pixel/PixelFormats.h"
 
+#include <cstddef>
+#include <cstring>
+
 // The merge of a bent mirror image into `destination`, which holds the unbent one: the near
 // mask keeps the unbent picture, the far mask shows the turned one, in float in every format.
 // Where the near mask is empty the bent picture comes at the far mask's alpha (the unbent one is
@@ -31,25 +34,30 @@ void mergeBendPixels(C* d, C const* b, C const* n, C const* fm, int count, int a
     }
 }
 
-// The merge over whole rasters; `format` gives the channel order.
+// The merge over whole rasters; `format` gives the channel order. With `into`, the merged picture
+// goes there (a raster of the destination's size) and the destination is left as it is.
 template <class P, class C, class V>
 void mergeBend(PluginRasterInfo& destination, PluginRasterInfo const& bent,
                PluginRasterInfo const& nearMask, PluginRasterInfo const& farMask,
-               PluginRasterFormat format) {
+               PluginRasterFormat format, PluginRasterInfo const* into = nullptr) {
     int red, green, blue, alpha;
     getRasterChannelOrder(format, red, green, blue, alpha);
     BendMergeRow8 row8 = nullptr;
     if constexpr (P::is8Bit())
         if (alpha == 0 || alpha == 3) row8 = chosenBendMergeRow8(alpha);
     int const W = destination.width;
+    std::size_t const pixelBytes = sizeof(C) * 4;
     for (int y = 0; y < destination.height; ++y) {
         auto* d = reinterpret_cast<C*>(destination.row(y));
+        auto* o = into ? reinterpret_cast<C*>(into->row(y)) : d;
         auto const* b = reinterpret_cast<C const*>(bent.row(y));
         auto const* n = reinterpret_cast<C const*>(nearMask.row(y));
         auto const* fm = reinterpret_cast<C const*>(farMask.row(y));
         int x = 0;
         if constexpr (P::is8Bit())
-            if (row8) x = row8(d, b, n, fm, W, float(P::RECIP_VALUE()), P::halfRoundPixel());
-        mergeBendPixels<P, C, V>(d + 4 * x, b + 4 * x, n + 4 * x, fm + 4 * x, W - x, alpha);
+            if (row8) x = row8(d, o, b, n, fm, W, float(P::RECIP_VALUE()), P::halfRoundPixel());
+        // The pixel loop merges in place, and keeps some pixels as they are.
+        if (o != d) std::memcpy(o + 4 * x, d + 4 * x, pixelBytes * std::size_t(W - x));
+        mergeBendPixels<P, C, V>(o + 4 * x, b + 4 * x, n + 4 * x, fm + 4 * x, W - x, alpha);
     }
 }

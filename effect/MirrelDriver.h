@@ -157,16 +157,19 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     sourceView.rowBytes = frame.sourceInfo.rowBytes;
     // One unbent sample is drawn in the output's rows themselves when they hold the frame: the
     // one stage that may fill the output on the way does so before anything is drawn, when the
-    // cleared result holds the same zeros, so the copy out would change nothing.
-    PluginHost_API::RasterInfo resultView = result;
-    bool const inOutput = !shutter.multiSampling && !args.bend && frame.outputInfo.width == W &&
-                          frame.outputInfo.height == H &&
-                          frame.outputInfo.pixelBytes == result.pixelBytes &&
-                          std::abs(frame.outputInfo.rowBytes) >= result.rowBytes;
-    if (inOutput) {
-        resultView.data = frame.outputInfo.data;
-        resultView.rowBytes = frame.outputInfo.rowBytes;
-    }
+    // cleared result holds the same zeros, so the copy out would change nothing. One bent sample
+    // is merged into them, and blurred there; the copy out is left for when it fails before.
+    PluginHost_API::RasterInfo outputView = result;
+    bool const outputFits = !shutter.multiSampling && frame.outputInfo.width == W &&
+                            frame.outputInfo.height == H &&
+                            frame.outputInfo.pixelBytes == result.pixelBytes &&
+                            std::abs(frame.outputInfo.rowBytes) >= result.rowBytes;
+    outputView.data = frame.outputInfo.data;
+    outputView.rowBytes = frame.outputInfo.rowBytes;
+    bool const inOutput = outputFits && !args.bend;
+    bool const mergeOut = outputFits && args.bend;
+    bool merged = false;
+    PluginHost_API::RasterInfo& resultView = inOutput ? outputView : result;
     PluginHost_API::RasterInfo& sampleResult = shutter.multiSampling ? sampleResultOwn : resultView;
 
     CoreRenderArguments core;
@@ -277,12 +280,15 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
                                     .seamSize = args.seamSize,
                                     .seamIntensity = w.seamIntensity,
                                     .seamColor = seamColor,
-                                    .destinationClear = true};
+                                    .destinationClear = true,
+                                    .mergeInto = mergeOut ? &outputView : nullptr,
+                                    .merged = &merged};
         // The render only reads its source: every sample reads the working copy.
         status = QuadToQuadRender(p, c, a, v, f, host, sourceView, sampleResult, frame.work, core,
                                   sample);
 
-        if (plainSoftness(host, baseline, W, H, Hp, scale, sample, sampleResult))
+        if (plainSoftness(host, baseline, W, H, Hp, scale, sample,
+                          merged ? outputView : sampleResult))
             softnessMode = kSoftnessUniform;
 
         runFirst = i, runEnd = i + 1;
@@ -296,7 +302,7 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
         else
             averageRun();
         copyRows(*picture, frame.outputInfo, std::size_t(W) * pixelBytes, H);
-    } else if (!inOutput) {
+    } else if (!inOutput && !merged) {
         copyRows(result, frame.outputInfo, std::size_t(W) * pixelBytes, H);
     }
     if (frame.pendingCopy) host->copy(frame.pendingCopy, frame.work.getImpl());

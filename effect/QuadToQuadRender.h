@@ -276,7 +276,8 @@ int QuadToQuadRender(P p, C c, A a, V v, F f, PluginHost_API* host,
     int const result = pass(farMask, 3, &bent);
 
     // Merge: the near mask keeps pass 0's picture, the far mask shows the turned one.
-    mergeBend<P, C, V>(destination, bent, nearMask, farMask, source.format);
+    mergeBend<P, C, V>(destination, bent, nearMask, farMask, source.format, sample.mergeInto);
+    if (sample.mergeInto && sample.merged) *sample.merged = true;
     return result;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 #include "RenderLib/SoftnessMode.h"
+#include "host/RasterInfo.h"
 
 // What one motion-blur sample hands to the mirror render besides the pictures and the quads:
 // the values of the flat-image stages and of the bend, at the sample's time. The defaults draw
@@ -22,4 +23,8 @@ struct SampleSettings {
     bool singleChannel = false;        // handed to both transforms
     // The destination holds only zeros on arrival, so drawing the unbent image need not clear it.
     bool destinationClear = false;
+    // With a bend, where the merged picture goes instead of back into the destination, which then
+    // keeps the unbent one; `merged` is set once it has gone there.
+    PluginRasterInfo const* mergeInto = nullptr;
+    bool* merged = nullptr;
 };

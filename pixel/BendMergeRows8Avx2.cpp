@@ -27,9 +27,10 @@ MIRREL_AVX2_INLINE __m256i merged(__m256i d, __m256i b, __m256 kFar, __m256 kNea
 }
 
 template <int AI>
-MIRREL_AVX2 int mergeRow(unsigned char* dest, unsigned char const* bent,
-                         unsigned char const* nearMask, unsigned char const* farMask, int width,
-                         float recip, float half) {
+MIRREL_AVX2 int mergeRow(unsigned char const* unbent, unsigned char* dest,
+                         unsigned char const* bent, unsigned char const* nearMask,
+                         unsigned char const* farMask, int width, float recip, float half) {
+    bool const apart = unbent != dest;
     __m256 const r = _mm256_set1_ps(recip), h = _mm256_set1_ps(half);
     __m256 const one = _mm256_set1_ps(1.0f);
     __m256i const zero = _mm256_setzero_si256(), full = _mm256_set1_epi32(255);
@@ -41,12 +42,16 @@ MIRREL_AVX2 int mergeRow(unsigned char* dest, unsigned char const* bent,
     bool const emptyClears = int(0.0f + half) == 0;
     int x = 0;
     for (; x + 8 <= width; x += 8) {
+        auto const* u = reinterpret_cast<__m256i const*>(unbent + 4 * x);
         auto* p = reinterpret_cast<__m256i*>(dest + 4 * x);
         __m256i const nearA =
             byteLanes<AI>(_mm256_loadu_si256(reinterpret_cast<__m256i const*>(nearMask + 4 * x)));
         __m256i const nearEmpty = _mm256_cmpeq_epi32(nearA, zero);
         __m256i const nearFull = _mm256_cmpeq_epi32(nearA, full);
-        if (fullKeeps && _mm256_movemask_epi8(nearFull) == -1) continue;
+        if (fullKeeps && _mm256_movemask_epi8(nearFull) == -1) {
+            if (apart) _mm256_storeu_si256(p, _mm256_loadu_si256(u));
+            continue;
+        }
         __m256i const farA =
             byteLanes<AI>(_mm256_loadu_si256(reinterpret_cast<__m256i const*>(farMask + 4 * x)));
         __m256i const farEmpty = _mm256_cmpeq_epi32(farA, zero);
@@ -54,11 +59,14 @@ MIRREL_AVX2 int mergeRow(unsigned char* dest, unsigned char const* bent,
             _mm256_storeu_si256(p, zero);
             continue;
         }
-        __m256i const d = _mm256_loadu_si256(p);
+        __m256i const d = _mm256_loadu_si256(u);
         __m256i const b = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(bent + 4 * x));
         // Partly near and not far: the pixel stays.
         __m256i const keep = _mm256_andnot_si256(_mm256_or_si256(nearEmpty, nearFull), farEmpty);
-        if (_mm256_movemask_epi8(keep) == -1) continue;
+        if (_mm256_movemask_epi8(keep) == -1) {
+            if (apart) _mm256_storeu_si256(p, d);
+            continue;
+        }
         __m256 const kFar = _mm256_mul_ps(_mm256_cvtepi32_ps(farA), r);
         __m256 const kNear = _mm256_mul_ps(_mm256_cvtepi32_ps(nearA), r);
         __m256 const notFar = _mm256_sub_ps(one, kFar);

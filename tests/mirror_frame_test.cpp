@@ -190,13 +190,18 @@ TEST(MirrorFrame, WideBendMergeEqualsThePixelMerge) {
             }
         }
         int const width = int(d.size() / 4);
-        std::vector<unsigned char> want = d;
-        int const done = row(d.data(), b.data(), n.data(), f.data(), width,
-                             float(PIXEL_RGBA8::RECIP_VALUE()), 0.5f);
+        std::vector<unsigned char> want = d, apart(d.size(), 0xA5);
+        float const recip = float(PIXEL_RGBA8::RECIP_VALUE());
+        // Into another row (the unbent one left as it is), then in place.
+        int const done =
+            row(d.data(), apart.data(), b.data(), n.data(), f.data(), width, recip, 0.5f);
         ASSERT_EQ(done, width / 8 * 8);
+        row(d.data(), d.data(), b.data(), n.data(), f.data(), width, recip, 0.5f);
         mergeBendPixels<PIXEL_RGBA8, unsigned char, int>(want.data(), b.data(), n.data(), f.data(),
                                                          done, alphaIndex);
+        apart.resize(4 * std::size_t(done)), d.resize(4 * std::size_t(done)), want.resize(d.size());
         EXPECT_EQ(d, want) << alphaIndex;
+        EXPECT_EQ(apart, want) << alphaIndex;
     }
 }
 
