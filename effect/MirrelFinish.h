@@ -7,6 +7,20 @@
 #include "pixel/Alpha.h"
 #include "pixel/TransferComposite.h"
 
+// The straightening of both rasters ahead of each row's composite and the premultiplying of the
+// output after it: the whole-raster passes of UnPremult and Premult, a row at a time.
+template <class P> struct FinishRows {
+    using C = typename P::C;
+    PluginRasterInfo const &work, &output;
+    StraightRow<P> const straighten;
+    PremultRow<P> const premultiply;
+    void before(int y) const {
+        straighten(reinterpret_cast<C*>(work.row(y)), work.width);
+        straighten(reinterpret_cast<C*>(output.row(y)), output.width);
+    }
+    void after(int y) const { premultiply(reinterpret_cast<C*>(output.row(y)), output.width); }
+};
+
 // The end of a frame, once the mirror image stands alone in the output: alpha by host family,
 // noise, and the composite of the mirror image with the working copy of the source. Returns the
 // frame's status, replaced by the composite's when one runs. `work` is the frame's own copy of
@@ -26,6 +40,7 @@ int MirrelFinish(P p, C c, A a, V v, F f, PluginHost_API* host, RenderArguments 
                                                    kCompositeHueToo,     kCompositeSaturation,
                                                    kCompositeColor,      kCompositeLuma};
     bool const fxplugLike = host->getFXPLUGHost() || host->getGASKETHost();
+    bool const avxLike = host->getAVX2Host() || host->getAVX1Host();
 
     if (host->getAEHost()) {
         UnPremult(p, c, a, v, f, host, work);
@@ -38,29 +53,40 @@ int MirrelFinish(P p, C c, A a, V v, F f, PluginHost_API* host, RenderArguments 
                                      args.postSoftness, args.randomSeed))
         status = noise;
 
-    if (fxplugLike) {
-        UnPremult(p, c, a, v, f, host, work);
-        UnPremult(p, c, a, v, f, host, output);
-    }
-
     double const mirrorOpacity = 0.01 * args.mirrorOpacity;
     double const sourceOpacity = 0.01 * args.sourceOpacity;
     int mode = args.transferMode;
     if (host->ignoreNormalComposite() && mode <= kModeNormal) mode = kModeNone;
+    bool const composite = status == 0 && mode > kModeNone && mode < kTransferModeEntries;
+    int code = composite ? xfer[mode] : 0;
+    if (mode == kModeBasedOnLight) // "Frontlit" behind, "Backlit" in front
+        code = args.light == kFrontlit ? kCompositeBehind : kCompositeInFront;
+    // Float screen renders as add.
+    if (P::is32Bit() && code == kCompositeScreen) code = kCompositeAdd;
+
+    // Straighten both, composite, premultiply the output: where the composite walks every row of
+    // both rasters, each row goes through all four in turn while it is in cache.
+    PluginHost_API::RasterInfo workInfo;
+    host->getRasterInfo(work, &workInfo);
+    if (composite && fxplugLike && !avxLike && !host->getAEHost() &&
+        workInfo.width == outputInfo.width && workInfo.height == outputInfo.height)
+        return TransferComposite(p, c, a, v, f, host, code, mirrorOpacity, sourceOpacity, output,
+                                 work, output, false, false, false,
+                                 FinishRows<P>{workInfo, outputInfo, {}, {}});
+
+    if (fxplugLike) {
+        UnPremult(p, c, a, v, f, host, work);
+        UnPremult(p, c, a, v, f, host, output);
+    }
     if (status == 0 && mode == kModeNone && MACRO_NEARLY_EQUAL(mirrorOpacity, 1.0) == 0.0) {
         // "None": the mirror image alone, at its opacity.
         MultiplyAlpha(p, c, a, v, f, host, float(mirrorOpacity), output);
-    } else if (status == 0 && mode > kModeNone && mode < kTransferModeEntries) {
-        int code = xfer[mode];
-        if (mode == kModeBasedOnLight) // "Frontlit" behind, "Backlit" in front
-            code = args.light == kFrontlit ? kCompositeBehind : kCompositeInFront;
-        // Float screen renders as add.
-        if (P::is32Bit() && code == kCompositeScreen) code = kCompositeAdd;
+    } else if (composite) {
         status = TransferComposite(p, c, a, v, f, host, code, mirrorOpacity, sourceOpacity, output,
                                    work, output, false, false, false);
     }
 
-    if (host->getAVX2Host() || host->getAVX1Host()) {
+    if (avxLike) {
         Premult(p, c, a, v, f, host, output);
         AVXUnsetAlpha(p, c, a, v, f, host, work, output);
     }

@@ -119,51 +119,60 @@ int AVXUnsetAlpha(P, C, A, V, F, PluginHost_API* host, PluginRaster_API* first,
     return 0;
 }
 
-template <class P, class C, class A, class V, class F>
-int Premult(P, C, A, V, F, PluginHost_API* host, PluginRaster_API* raster) {
-    PluginRasterInfo info;
-    host->getRasterInfo(raster, &info);
-    AlphaRows8 const* rows = P::is8Bit() ? chosenAlphaRows8(P::ALPHA) : nullptr;
+// Premultiplied colour from straight colour over one row, in place, by the forms the processor
+// allows, chosen once. Premult runs it over a raster; a fused finish runs it row by row.
+template <class P> class PremultRow {
+    using C = typename P::C;
+    using V = typename P::V;
+    AlphaRows8 const* rows8 = P::is8Bit() ? chosenAlphaRows8(P::ALPHA) : nullptr;
     PremultRowsDeep const* deep = P::is8Bit() ? nullptr : chosenPremultRowsDeep(P::ALPHA);
-    for (int y = 0; y < info.height; ++y) {
-        auto* px = reinterpret_cast<C*>(info.row(y));
-        int x = rows ? rows->premultiply(reinterpret_cast<unsigned char*>(px), info.width) : 0;
+
+  public:
+    void operator()(C* px, int width) const {
+        int x = rows8 ? rows8->premultiply(reinterpret_cast<unsigned char*>(px), width) : 0;
         if constexpr (std::is_same_v<C, unsigned short>)
-            x = deep ? deep->u16(px, info.width) : x;
+            x = deep ? deep->u16(px, width) : x;
         else if constexpr (std::is_same_v<C, float>)
-            x = deep ? deep->f32(px, info.width) : x;
-        x += alpha_detail::premultiplyLeading<P>(px + 4 * x, info.width - x);
-        for (px += 4 * x; x < info.width; ++x, px += 4) {
+            x = deep ? deep->f32(px, width) : x;
+        x += alpha_detail::premultiplyLeading<P>(px + 4 * x, width - x);
+        for (px += 4 * x; x < width; ++x, px += 4) {
             V a = V(px[P::ALPHA]);
             for (int i = P::FIRST_COLOR; i < P::FIRST_COLOR + 3; ++i)
                 px[i] = C(P::multiply(V(px[i]), a));
         }
     }
-    return 0;
-}
+};
 
-template <class P, class C, class A, class V, class F>
-int UnPremult(P, C, A, V, F, PluginHost_API* host, PluginRaster_API* raster) {
-    PluginRasterInfo info;
-    host->getRasterInfo(raster, &info);
-    if constexpr (P::is8Bit()) {
-        unsigned char const* table = alpha_detail::straightTable8<P>();
-        auto straighten = [table](C* px) {
-            int const a = px[P::ALPHA];
-            if (a == 0 || a == 255) return; // alpha 0 keeps its colour; 255 divides to itself
-            unsigned char const* row = table + (a << 8);
-            for (int i = P::FIRST_COLOR; i < P::FIRST_COLOR + 3; ++i) px[i] = row[px[i]];
-        };
-        AlphaRows8 const* rows = chosenAlphaRows8(P::ALPHA);
-        for (int y = 0; y < info.height; ++y) {
-            auto* px = reinterpret_cast<C*>(info.row(y));
-            int x =
-                rows ? rows->unpremultiply(reinterpret_cast<unsigned char*>(px), info.width) : 0;
+// Straight colour from premultiplied colour over one row, in place; as PremultRow.
+template <class P> class StraightRow {
+    using C = typename P::C;
+    using V = typename P::V;
+    static constexpr bool k8 = P::is8Bit();
+    unsigned char const* table = nullptr; // 8 bits
+    AlphaRows8 const* rows8 = nullptr;
+    StraightRows const* deep = nullptr;
+
+  public:
+    StraightRow() {
+        if constexpr (k8)
+            table = alpha_detail::straightTable8<P>(), rows8 = chosenAlphaRows8(P::ALPHA);
+        else
+            deep = chosenStraightRows(P::ALPHA);
+    }
+    void operator()(C* px, int width) const {
+        if constexpr (k8) {
+            auto straighten = [t = table](C* q) {
+                int const a = q[P::ALPHA];
+                if (a == 0 || a == 255) return; // alpha 0 keeps its colour; 255 divides to itself
+                unsigned char const* row = t + (a << 8);
+                for (int i = P::FIRST_COLOR; i < P::FIRST_COLOR + 3; ++i) q[i] = row[q[i]];
+            };
+            int x = rows8 ? rows8->unpremultiply(reinterpret_cast<unsigned char*>(px), width) : 0;
 #if defined(__SSE2__)
             // Four pixels whose alphas are all 0 or full have nothing to change.
             __m128i const alphaBits = _mm_set1_epi32(int(0xFFu << (8 * P::ALPHA)));
             __m128i const none = _mm_setzero_si128();
-            for (; x + 4 <= info.width; x += 4) {
+            for (; x + 4 <= width; x += 4) {
                 __m128i const a = _mm_and_si128(
                     _mm_loadu_si128(reinterpret_cast<__m128i const*>(px + 4 * x)), alphaBits);
                 __m128i const ends =
@@ -172,32 +181,45 @@ int UnPremult(P, C, A, V, F, PluginHost_API* host, PluginRaster_API* raster) {
                     for (int k = 0; k < 4; ++k) straighten(px + 4 * (x + k));
             }
 #endif
-            for (; x < info.width; ++x) straighten(px + 4 * x);
-        }
-    } else {
-        auto straighten = [](C* px) {
-            V a = V(px[P::ALPHA]);
-            if (!(a > 0)) return; // alpha 0 keeps its colour
-            for (int i = P::FIRST_COLOR; i < P::FIRST_COLOR + 3; ++i) {
-                if constexpr (P::is32Bit())
-                    px[i] = px[i] * 1.0f / a;
-                else
-                    px[i] = C(P::clamp_overflow(float(px[i]) * 65535.0f / a));
-            }
-        };
-        StraightRows const* rows = chosenStraightRows(P::ALPHA);
-        for (int y = 0; y < info.height; ++y) {
-            auto* px = reinterpret_cast<C*>(info.row(y));
+            for (; x < width; ++x) straighten(px + 4 * x);
+        } else {
             int x = 0;
-            if (rows) {
+            if (deep) {
                 if constexpr (P::is32Bit())
-                    x = rows->f32(px, info.width);
+                    x = deep->f32(px, width);
                 else
-                    x = rows->u16(px, info.width);
+                    x = deep->u16(px, width);
             }
-            for (; x < info.width; ++x) straighten(px + 4 * x);
+            for (px += 4 * x; x < width; ++x, px += 4) {
+                V const a = V(px[P::ALPHA]);
+                if (!(a > 0)) continue; // alpha 0 keeps its colour
+                for (int i = P::FIRST_COLOR; i < P::FIRST_COLOR + 3; ++i) {
+                    if constexpr (P::is32Bit())
+                        px[i] = px[i] * 1.0f / a;
+                    else
+                        px[i] = C(P::clamp_overflow(float(px[i]) * 65535.0f / a));
+                }
+            }
         }
     }
+};
+
+template <class P, class C, class A, class V, class F>
+int Premult(P, C, A, V, F, PluginHost_API* host, PluginRaster_API* raster) {
+    PluginRasterInfo info;
+    host->getRasterInfo(raster, &info);
+    PremultRow<P> const premultiply;
+    for (int y = 0; y < info.height; ++y)
+        premultiply(reinterpret_cast<C*>(info.row(y)), info.width);
+    return 0;
+}
+
+template <class P, class C, class A, class V, class F>
+int UnPremult(P, C, A, V, F, PluginHost_API* host, PluginRaster_API* raster) {
+    PluginRasterInfo info;
+    host->getRasterInfo(raster, &info);
+    StraightRow<P> const straighten;
+    for (int y = 0; y < info.height; ++y) straighten(reinterpret_cast<C*>(info.row(y)), info.width);
     return 0;
 }
 

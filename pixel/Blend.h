@@ -59,14 +59,22 @@ template <class P, class V> inline void dropNegative(V* c) {
             if (c[i] < 0) c[i] = 0;
 }
 
+// Passes over whole rows around the composite of each: before(y) ahead of row y, after(y) once
+// it is written. A caller that would run a pass over every layer before and after the composite
+// runs it here instead, on rows still in cache. The plain composite has none.
+struct NoRowPasses {
+    void before(int) const {}
+    void after(int) const {}
+};
+
 // Walks the three layers over the bottom's size. Per pixel, `body` gets the three pixels, both
 // alphas scaled by their opacities and the union alpha; forceOpaque then sets alpha to full.
 // A `lead` row function, where given, does the leading pixels of each row instead of body.
 template <class P, class C>
 using LeadRow = std::conditional_t<P::is8Bit(), InFrontRow8, InFrontRowDeep<C>>;
-template <class P, class C, class V, class Body>
+template <class P, class C, class V, class Body, class Rows = NoRowPasses>
 void walk(Layers const& L, float opacityTop, float opacityBottom, bool forceOpaque, Body&& body,
-          LeadRow<P, C> lead = nullptr) {
+          LeadRow<P, C> lead = nullptr, Rows const& rows = {}) {
     // 8-bit alphas scale through tables of the same products, made once a call.
     [[maybe_unused]] V scaledTop[P::is8Bit() ? 256 : 1], scaledBottom[P::is8Bit() ? 256 : 1];
     if constexpr (P::is8Bit())
@@ -86,6 +94,7 @@ void walk(Layers const& L, float opacityTop, float opacityBottom, bool forceOpaq
             if (unsigned(scaledTop[a]) > 255u || unsigned(scaledBottom[a]) > 255u) lead = nullptr;
     }
     for (int y = 0; y < L.bottom.height; ++y) {
+        rows.before(y);
         auto const* t = reinterpret_cast<C const*>(L.top.row(y));
         auto const* b = reinterpret_cast<C const*>(L.bottom.row(y));
         auto* o = reinterpret_cast<C*>(L.out.row(y));
@@ -103,6 +112,7 @@ void walk(Layers const& L, float opacityTop, float opacityBottom, bool forceOpaq
             body(t, b, o, A1, A2, V(A1 + A2 - P::multiply(A1, A2)));
             if (forceOpaque) o[P::ALPHA] = C(P::MAX_VALUE());
         }
+        rows.after(y);
     }
 }
 
@@ -120,13 +130,14 @@ template <class P, class C, class V> inline void writePixel(C* o, V const* c, V 
 }
 } // namespace blend_detail
 
-template <class P, class C, class A, class V, class F, class Mode>
+// `rows` runs passes around each row's composite (blend_detail::NoRowPasses).
+template <class P, class C, class A, class V, class F, class Mode,
+          class Rows = blend_detail::NoRowPasses>
 int Blend(P, C, A, V, F, Mode mode, PluginHost_API* host, float opacityTop, float opacityBottom,
           PluginRaster_API* top, PluginRaster_API* bottom, PluginRaster_API* out, bool /*reserved*/,
-          bool forceOpaque) {
+          bool forceOpaque, Rows const& rows = {}) {
     using namespace blend_detail;
     mode.setup(F(), opacityTop, opacityBottom);
-    if (!mode.hasEffect()) return 0;
     V const M = V(P::MAX_VALUE());
     V const m = V(P::MIN_VALUE());
     LeadRow<P, C> lead = nullptr;
@@ -167,37 +178,38 @@ int Blend(P, C, A, V, F, Mode mode, PluginHost_API* host, float opacityTop, floa
             }
             writePixel<P>(o, res, O);
         },
-        lead);
+        lead, rows);
     return 0;
 }
 
 // The top goes behind the bottom.
-template <class P, class C, class A, class V, class F>
+template <class P, class C, class A, class V, class F, class Rows = blend_detail::NoRowPasses>
 int BlendBehind(P, C, A, V, F, PluginHost_API* host, float opacityTop, float opacityBottom,
                 PluginRaster_API* top, PluginRaster_API* bottom, PluginRaster_API* out,
-                bool /*reserved*/, bool forceOpaque) {
+                bool /*reserved*/, bool forceOpaque, Rows const& rows = {}) {
     using namespace blend_detail;
     V const M = V(P::MAX_VALUE());
     V const m = V(P::MIN_VALUE());
-    walk<P, C, V>(Layers(host, top, bottom, out), opacityTop, opacityBottom, forceOpaque,
-                  [&](C const* t, C const* b, C* o, V A1, V A2, V O) {
-                      if (A2 == m) return copyPixel<P>(o, t, O);
-                      if (A2 == M) {
-                          for (int i = 0; i < 4; ++i) o[i] = b[i];
-                          return;
-                      }
-                      V c1[3], c2[3], res[3];
-                      readColor<P>(t, c1);
-                      readColor<P>(b, c2);
-                      for (int i = 0; i < 3; ++i)
-                          res[i] = P::multiply(c1[i], M - A2) + P::multiply(c2[i], A2);
-                      if (A1 != M) {
-                          V const K = P::multiply(M - A1, A2);
-                          for (int i = 0; i < 3; ++i)
-                              res[i] = divide<P>(P::multiply(res[i], A1) + P::multiply(c2[i], K),
-                                                 K + A1);
-                      }
-                      writePixel<P>(o, res, O);
-                  });
+    walk<P, C, V>(
+        Layers(host, top, bottom, out), opacityTop, opacityBottom, forceOpaque,
+        [&](C const* t, C const* b, C* o, V A1, V A2, V O) {
+            if (A2 == m) return copyPixel<P>(o, t, O);
+            if (A2 == M) {
+                for (int i = 0; i < 4; ++i) o[i] = b[i];
+                return;
+            }
+            V c1[3], c2[3], res[3];
+            readColor<P>(t, c1);
+            readColor<P>(b, c2);
+            for (int i = 0; i < 3; ++i)
+                res[i] = P::multiply(c1[i], M - A2) + P::multiply(c2[i], A2);
+            if (A1 != M) {
+                V const K = P::multiply(M - A1, A2);
+                for (int i = 0; i < 3; ++i)
+                    res[i] = divide<P>(P::multiply(res[i], A1) + P::multiply(c2[i], K), K + A1);
+            }
+            writePixel<P>(o, res, O);
+        },
+        nullptr, rows);
     return 0;
 }

@@ -6,7 +6,6 @@
 // pixel loop (Blend) calls the members directly, so every mode is its own instance of the loop.
 //
 //   setup(tag, opacityTop, opacityBottom)  fills the constants once per Blend call
-//   hasEffect()                            always true
 //   composite(tag, r1,g1,b1,a1, r2,g2,b2,a2, r,g,b,a)   the formula; a is only written by the
 //                                          modes that fold alpha in themselves
 //   done()                                 true when composite has already folded alpha in
@@ -17,7 +16,6 @@ template <class P, class V> struct ModeBase {
     V secondValue{};
     // True where the composite is the top's own colour, as in front.
     static constexpr bool keepsTopColour = false;
-    bool hasEffect() const { return true; }
     bool done() const { return false; }
 };
 

@@ -31,22 +31,26 @@ enum CompositeCode : int {
 };
 
 // Composites top over bottom into out by a transfer mode number (CompositeCode). A host that blends
-// by itself gets the work unless noHostBlend is set. Unknown numbers do nothing.
-template <class P, class C, class A, class V, class F>
+// by itself gets the work unless noHostBlend is set. Unknown numbers do nothing, `rows` included:
+// it runs passes around each row's composite (blend_detail::NoRowPasses), where this code
+// composites.
+template <class P, class C, class A, class V, class F, class Rows = blend_detail::NoRowPasses>
 int TransferComposite(P p, C c, A a, V v, F f, PluginHost_API* host, int mode, double opacityTop,
                       double opacityBottom, PluginRaster_API* top, PluginRaster_API* bottom,
-                      PluginRaster_API* out, bool reserved, bool forceOpaque, bool noHostBlend) {
+                      PluginRaster_API* out, bool reserved, bool forceOpaque, bool noHostBlend,
+                      Rows const& rows = {}) {
     if (host->getAEHost() && !noHostBlend)
         return host->blend(mode, opacityTop, opacityBottom, bottom, out);
     float const oTop = float(opacityTop);
     float const oBottom = float(opacityBottom);
     auto run = [&](auto modeObject, bool opaque) {
         return Blend(p, c, a, v, f, modeObject, host, oTop, oBottom, top, bottom, out, reserved,
-                     opaque);
+                     opaque, rows);
     };
     switch (mode) {
     case kCompositeBehind:
-        return BlendBehind(p, c, a, v, f, host, oTop, oBottom, top, bottom, out, reserved, false);
+        return BlendBehind(p, c, a, v, f, host, oTop, oBottom, top, bottom, out, reserved, false,
+                           rows);
     case kCompositeInFront:
         return run(BLEND_IN_FRONT<P, C, A, V, F>(), false);
     case kCompositeHue:
