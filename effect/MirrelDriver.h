@@ -305,9 +305,8 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     } else if (!inOutput && !merged) {
         copyRows(result, frame.outputInfo, std::size_t(W) * pixelBytes, H);
     }
-    if (frame.pendingCopy) host->copy(frame.pendingCopy, frame.work.getImpl());
     status = MirrelFinish(p, c, a, v, f, host, args, w.fadeNoise, frame.work.getImpl(),
-                          frame.output.getImpl(), status);
+                          frame.output.getImpl(), status, frame.pendingCopy);
 
     frame.output.release();
     frame.work.release();

@@ -7,14 +7,21 @@
 #include "pixel/Alpha.h"
 #include "pixel/TransferComposite.h"
 
+#include <cstddef>
+#include <cstring>
+
 // The straightening of both rasters ahead of each row's composite and the premultiplying of the
-// output after it: the whole-raster passes of UnPremult and Premult, a row at a time.
+// output after it: the whole-raster passes of UnPremult and Premult, a row at a time. With a
+// `source`, each row of the working copy is made from it first.
 template <class P> struct FinishRows {
     using C = typename P::C;
     PluginRasterInfo const &work, &output;
     StraightRow<P> const straighten;
     PremultRow<P> const premultiply;
+    PluginRasterInfo const* source = nullptr;
     void before(int y) const {
+        if (source)
+            std::memcpy(work.row(y), source->row(y), sizeof(C) * 4 * std::size_t(work.width));
         straighten(reinterpret_cast<C*>(work.row(y)), work.width);
         straighten(reinterpret_cast<C*>(output.row(y)), output.width);
     }
@@ -24,10 +31,12 @@ template <class P> struct FinishRows {
 // The end of a frame, once the mirror image stands alone in the output: alpha by host family,
 // noise, and the composite of the mirror image with the working copy of the source. Returns the
 // frame's status, replaced by the composite's when one runs. `work` is the frame's own copy of
-// the source, which nothing reads after this.
+// the source, which nothing reads after this; with `workSource` it is yet to be made from that
+// raster, as the finish first needs it.
 template <class P, class C, class A, class V, class F>
 int MirrelFinish(P p, C c, A a, V v, F f, PluginHost_API* host, RenderArguments const& args,
-                 double fadeNoise, PluginRaster_API* work, PluginRaster_API* output, int status) {
+                 double fadeNoise, PluginRaster_API* work, PluginRaster_API* output, int status,
+                 PluginRaster_API* workSource = nullptr) {
     // Entry of "Transfer Mode" to composite code; "Based on Light" is decided below.
     static int const xfer[kTransferModeEntries] = {kCompositeInFront,    -1,
                                                    kCompositeBehind,     kCompositeInFront,
@@ -42,7 +51,12 @@ int MirrelFinish(P p, C c, A a, V v, F f, PluginHost_API* host, RenderArguments 
     bool const fxplugLike = host->getFXPLUGHost() || host->getGASKETHost();
     bool const avxLike = host->getAVX2Host() || host->getAVX1Host();
 
+    auto makeWork = [&] {
+        if (workSource) host->copy(workSource, work);
+        workSource = nullptr;
+    };
     if (host->getAEHost()) {
+        makeWork();
         UnPremult(p, c, a, v, f, host, work);
         UnPremult(p, c, a, v, f, host, output);
     }
@@ -69,11 +83,16 @@ int MirrelFinish(P p, C c, A a, V v, F f, PluginHost_API* host, RenderArguments 
     PluginHost_API::RasterInfo workInfo;
     host->getRasterInfo(work, &workInfo);
     if (composite && fxplugLike && !avxLike && !host->getAEHost() &&
-        workInfo.width == outputInfo.width && workInfo.height == outputInfo.height)
-        return TransferComposite(p, c, a, v, f, host, code, mirrorOpacity, sourceOpacity, output,
-                                 work, output, false, false, false,
-                                 FinishRows<P>{workInfo, outputInfo, {}, {}});
+        workInfo.width == outputInfo.width && workInfo.height == outputInfo.height) {
+        PluginHost_API::RasterInfo sourceInfo;
+        if (workSource) host->getRasterInfo(workSource, &sourceInfo);
+        return TransferComposite(
+            p, c, a, v, f, host, code, mirrorOpacity, sourceOpacity, output, work, output, false,
+            false, false,
+            FinishRows<P>{workInfo, outputInfo, {}, {}, workSource ? &sourceInfo : nullptr});
+    }
 
+    makeWork();
     if (fxplugLike) {
         UnPremult(p, c, a, v, f, host, work);
         UnPremult(p, c, a, v, f, host, output);
