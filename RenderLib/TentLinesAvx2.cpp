@@ -182,11 +182,116 @@ MIRREL_AVX2 void rowPair(C const* a, C const* b, C* da, C* db, int length, int r
     }
 }
 
+// The 8x8 transpose of 32-bit lanes: lane j of v[k] goes to lane k of v[j].
+MIRREL_AVX2_INLINE void transpose8(__m256i* v) {
+    __m256i t[8], u[8];
+    for (int k = 0; k < 8; k += 2) {
+        t[k] = _mm256_unpacklo_epi32(v[k], v[k + 1]);
+        t[k + 1] = _mm256_unpackhi_epi32(v[k], v[k + 1]);
+    }
+    for (int k = 0; k < 8; k += 4) {
+        u[k] = _mm256_unpacklo_epi64(t[k], t[k + 2]);
+        u[k + 1] = _mm256_unpackhi_epi64(t[k], t[k + 2]);
+        u[k + 2] = _mm256_unpacklo_epi64(t[k + 1], t[k + 3]);
+        u[k + 3] = _mm256_unpackhi_epi64(t[k + 1], t[k + 3]);
+    }
+    for (int k = 0; k < 4; ++k) {
+        v[k] = _mm256_permute2x128_si256(u[k], u[k + 4], 0x20);
+        v[k + 4] = _mm256_permute2x128_si256(u[k], u[k + 4], 0x31);
+    }
+}
+
+// The four channels of eight packed 8-bit pixels, one a vector.
+struct Channels {
+    __m256i c[4];
+};
+MIRREL_AVX2_INLINE Channels channelsOf(__m256i px) {
+    __m256i const m = _mm256_set1_epi32(255);
+    return {{_mm256_and_si256(px, m), _mm256_and_si256(_mm256_srli_epi32(px, 8), m),
+             _mm256_and_si256(_mm256_srli_epi32(px, 16), m), _mm256_srli_epi32(px, 24)}};
+}
+
+// `count` vectors, aligned.
+struct ColumnBuffer {
+    std::vector<int> lanes;
+    explicit ColumnBuffer(int count) : lanes(8 * std::size_t(count) + 8) {}
+    __m256i* data() {
+        auto const at = (reinterpret_cast<std::uintptr_t>(lanes.data()) + 31) & ~std::uintptr_t(31);
+        return reinterpret_cast<__m256i*>(at);
+    }
+};
+
+// Eight rows of 8-bit pixels at radius r, lanes across rows and one channel a vector, so that
+// no step shuffles: src[k] into dst[k] (which may be src[k]) through `cols`, which takes pixel j
+// of the eight rows for j from -r - 2 to length + r + 1, the ends repeated.
+MIRREL_AVX2 void rowOctet(unsigned char const* const* src, unsigned char* const* dst, int length,
+                          int r, __m256i* cols) {
+    __m256i* const base = cols + r + 2;
+    int j = 0;
+    for (; j + 8 <= length; j += 8) {
+        __m256i v[8];
+        for (int k = 0; k < 8; ++k)
+            v[k] = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(src[k] + 4 * j));
+        transpose8(v);
+        for (int k = 0; k < 8; ++k) base[j + k] = v[k];
+    }
+    for (; j < length; ++j) {
+        alignas(32) int lanes[8];
+        for (int k = 0; k < 8; ++k) std::memcpy(&lanes[k], src[k] + 4 * j, 4);
+        base[j] = _mm256_load_si256(reinterpret_cast<__m256i const*>(lanes));
+    }
+    for (int k = 1; k <= r + 2; ++k) base[-k] = base[0], base[length - 1 + k] = base[length - 1];
+    __m256i S[4], D[4];
+    for (int c = 0; c < 4; ++c) S[c] = D[c] = _mm256_setzero_si256();
+    for (int k = -r; k <= r; ++k) {
+        __m256i const w = _mm256_set1_epi32(r + 1 - std::abs(k));
+        Channels const p = channelsOf(base[k]);
+        for (int c = 0; c < 4; ++c) S[c] = _mm256_add_epi32(S[c], _mm256_mullo_epi32(w, p.c[c]));
+    }
+    for (int k = 1; k <= r + 1; ++k) {
+        Channels const a = channelsOf(base[k]), b = channelsOf(base[k - r - 1]);
+        for (int c = 0; c < 4; ++c) D[c] = _mm256_add_epi32(D[c], _mm256_sub_epi32(a.c[c], b.c[c]));
+    }
+    __m256d const recip = _mm256_set1_pd(tentRecip(r));
+    for (int i0 = 0; i0 < length; i0 += 8) {
+        int const n = length - i0 < 8 ? length - i0 : 8;
+        __m256i block[8];
+        for (int t = 0; t < n; ++t) {
+            int const i = i0 + t;
+            __m256i q[4];
+            for (int c = 0; c < 4; ++c) q[c] = sumsTimes(S[c], recip);
+            block[t] = _mm256_or_si256(
+                _mm256_or_si256(q[0], _mm256_slli_epi32(q[1], 8)),
+                _mm256_or_si256(_mm256_slli_epi32(q[2], 16), _mm256_slli_epi32(q[3], 24)));
+            Channels const L = channelsOf(base[i - r]), R = channelsOf(base[i + r + 2]),
+                           M = channelsOf(base[i + 1]);
+            for (int c = 0; c < 4; ++c) advance8(S[c], D[c], L.c[c], R.c[c], M.c[c]);
+        }
+        transpose8(block);
+        for (int k = 0; k < 8; ++k)
+            if (n == 8)
+                _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst[k] + 4 * i0), block[k]);
+            else
+                std::memcpy(dst[k] + 4 * i0, &block[k], 4 * std::size_t(n));
+    }
+}
+
 template <class C>
 MIRREL_AVX2 void rowsExact(unsigned char const* src, std::ptrdiff_t srcRowBytes, unsigned char* dst,
                            std::ptrdiff_t dstRowBytes, int length, int count, int r) {
+    int n = 0;
+    if constexpr (sizeof(C) == 1) {
+        ColumnBuffer cols(length + 2 * r + 4);
+        for (; n + 8 <= count; n += 8) {
+            unsigned char const* in[8];
+            unsigned char* out[8];
+            for (int k = 0; k < 8; ++k) in[k] = src + (n + k) * srcRowBytes;
+            for (int k = 0; k < 8; ++k) out[k] = dst + (n + k) * dstRowBytes;
+            rowOctet(in, out, length, r, cols.data());
+        }
+    }
     std::vector<C> pair(8 * std::size_t(length + 2 * r + 4));
-    for (int n = 0; n < count; n += 2) {
+    for (; n < count; n += 2) {
         int const m = n + 1 < count ? n + 1 : n; // an odd last row goes with itself
         rowPair(reinterpret_cast<C const*>(src + n * srcRowBytes),
                 reinterpret_cast<C const*>(src + m * srcRowBytes),
@@ -279,11 +384,13 @@ template <class C>
 MIRREL_AVX2 void blurExact(unsigned char* pixels, std::ptrdiff_t rowBytes, int width, int height,
                            int const* rowRadius, int r, int from, int to) {
     int const values = 4 * width, wide = values & ~7;
-    int const ringRows = 2 * r + 4; // rows i - r to i + r + 2 of the row pass, and one more
+    // Rows i - r to i + r + 2 of the row pass, and up to seven made ahead with the last.
+    int const ringRows = 2 * r + 10;
     int maxRow = 0;
     for (int y = 0; y < height; ++y) maxRow = rowRadius[y] > maxRow ? rowRadius[y] : maxRow;
     std::vector<C> ring(std::size_t(ringRows) * values);
     std::vector<C> pair(8 * std::size_t(width + 2 * maxRow + 4));
+    ColumnBuffer cols(sizeof(C) == 1 ? width + 2 * maxRow + 4 : 0);
     std::vector<int> sums(2 * std::size_t(values) + 8);
     int* S = sums.data();
     int* D = S + values;
@@ -292,21 +399,35 @@ MIRREL_AVX2 void blurExact(unsigned char* pixels, std::ptrdiff_t rowBytes, int w
         y = y < 0 ? 0 : y >= height ? height - 1 : y;
         return ring.data() + std::ptrdiff_t(y % ringRows) * values;
     };
-    // The row pass, two rows at a time where they share a radius; a row at radius 0 or below is
-    // copied, as is a row of zeros, which the pass would leave zero.
+    // The row pass, eight or two rows at a time where they share a radius; a row at radius 0 or
+    // below is copied, as is a row of zeros, which the pass would leave zero.
     int made = std::max(from - r, 0); // rows of the row pass made so far
     auto makeUpTo = [&](int last) {
         last = last < height - 1 ? last : height - 1;
         while (made <= last) {
             int const y = made;
             int const ry = rowRadius[y];
-            bool const pairs = y + 1 <= last && rowRadius[y + 1] == ry;
             if (ry <= 0 || zeroBytes(input(y), values * sizeof(C))) {
                 std::memcpy(passed(y), input(y), values * sizeof(C));
                 made = y + 1;
                 continue;
             }
-            int const y2 = pairs ? y + 1 : y;
+            if constexpr (sizeof(C) == 1) {
+                int k = 1;
+                while (k < 8 && y + k < height && rowRadius[y + k] == ry) ++k;
+                if (k == 8) {
+                    unsigned char const* in[8];
+                    unsigned char* out[8];
+                    for (k = 0; k < 8; ++k) {
+                        in[k] = pixels + (y + k) * rowBytes;
+                        out[k] = passed(y + k);
+                    }
+                    rowOctet(in, out, width, ry, cols.data());
+                    made = y + 8;
+                    continue;
+                }
+            }
+            int const y2 = y + 1 < height && rowRadius[y + 1] == ry ? y + 1 : y;
             rowPair(input(y), input(y2), passed(y), passed(y2), width, ry, pair.data());
             made = y2 + 1;
         }
