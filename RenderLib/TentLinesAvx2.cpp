@@ -101,10 +101,62 @@ MIRREL_AVX2 void step(C const* L, C const* R, C const* M, C* out, double* S, dou
 
 // The exact integer forms (unsigned char and unsigned short channels).
 
-// Eight sums as the portable loop stores them: the double times the reciprocal, truncated (the
-// results lie in the channel's range), packed in channel order.
-MIRREL_AVX2_INLINE __m128i outputs(__m256i S, __m256d recip) {
-    __m256i const t = sumsTimes(S, recip);
+inline double tentRecip(int r) {
+    return 1.0 / (double(r + 1) * double(r + 1));
+}
+
+// Eight whole sums at radius r as the portable loop stores them: the double times the
+// reciprocal, truncated (the results lie in the channel's range).
+struct DoubleQuotients {
+    __m256d recip;
+    MIRREL_AVX2 explicit DoubleQuotients(int r) : recip(_mm256_set1_pd(tentRecip(r))) {}
+    MIRREL_AVX2_INLINE __m256i operator()(__m256i S) const { return sumsTimes(S, recip); }
+};
+
+// The same for 8-bit channels without the double product, up to kFloatRadius. Let n = (r + 1)^2,
+// S = q n + t, 0 <= t < n, S <= 255 n; every S + 0.5 is then a float, and the float product
+// (S + 0.5) * fl(1 / n) lies within 2^-23 (1 + 2^-24) of (S + 0.5) / n < 256, below 0.5 / n
+// for n < 16384, so it truncates to q. The double product truncates to q too (its error is far
+// below 1 / n) but at some multiples, t = 0, where it lands just below q: those q are a table
+// per radius, bit 31 - q / 8 of lane q % 8, empty for most radii (Drops false).
+constexpr int kFloatRadius = 126;
+inline bool dropsBelow(int r, int q) {
+    return int(double(q * (r + 1) * (r + 1)) * tentRecip(r)) != q;
+}
+inline bool anyDrops(int r) {
+    for (int q = 1; q < 256; ++q)
+        if (dropsBelow(r, q)) return true;
+    return false;
+}
+template <bool Drops> struct FloatQuotients {
+    __m256 recip;
+    __m256i n, drops;
+    MIRREL_AVX2 explicit FloatQuotients(int r) {
+        int const square = (r + 1) * (r + 1);
+        alignas(32) unsigned bits[8] = {};
+        for (int q = 0; q < 256; ++q)
+            if (dropsBelow(r, q)) bits[q % 8] |= 1u << (31 - q / 8);
+        recip = _mm256_set1_ps(1.0f / float(square));
+        n = _mm256_set1_epi32(square);
+        drops = _mm256_load_si256(reinterpret_cast<__m256i const*>(bits));
+    }
+    MIRREL_AVX2_INLINE __m256i operator()(__m256i S) const {
+        __m256 const half = _mm256_set1_ps(0.5f);
+        __m256i q =
+            _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_add_ps(_mm256_cvtepi32_ps(S), half), recip));
+        if constexpr (Drops) {
+            __m256i const multiple = _mm256_cmpeq_epi32(S, _mm256_mullo_epi32(q, n));
+            __m256i const bit =
+                _mm256_sllv_epi32(_mm256_permutevar8x32_epi32(drops, q), _mm256_srli_epi32(q, 3));
+            q = _mm256_add_epi32(q, _mm256_and_si256(multiple, _mm256_srai_epi32(bit, 31)));
+        }
+        return q;
+    }
+};
+
+// Eight sums divided, packed in channel order.
+template <class Div> MIRREL_AVX2_INLINE __m128i outputs(__m256i S, Div const& div) {
+    __m256i const t = div(S);
     return _mm_packus_epi32(_mm256_castsi256_si128(t), _mm256_extracti128_si256(t, 1));
 }
 MIRREL_AVX2_INLINE void store8(unsigned char* p, __m128i words) {
@@ -136,10 +188,6 @@ template <class C> MIRREL_AVX2_INLINE __m256i pairAt(C const* base, int i) {
     return load8(base + 8 * std::ptrdiff_t(i));
 }
 
-inline double tentRecip(int r) {
-    return 1.0 / (double(r + 1) * double(r + 1));
-}
-
 // Rows a and b at radius r into da and db, through `pair`: the two interleaved pixel by pixel,
 // their ends repeated far enough for every tap (length + 2 r + 4 pixel pairs).
 template <class C>
@@ -169,7 +217,7 @@ MIRREL_AVX2 void rowPair(C const* a, C const* b, C* da, C* db, int length, int r
     for (; j < length; ++j) put(j, j);
     for (; j < length + pad; ++j) put(j, length - 1);
     C const* const base = pair + 8 * pad;
-    __m256d const recip = _mm256_set1_pd(tentRecip(r));
+    DoubleQuotients const recip(r);
     __m256i S = _mm256_setzero_si256(), D = _mm256_setzero_si256();
     for (int k = -r; k <= r; ++k)
         S = _mm256_add_epi32(
@@ -224,8 +272,9 @@ struct ColumnBuffer {
 // Eight rows of 8-bit pixels at radius r, lanes across rows and one channel a vector, so that
 // no step shuffles: src[k] into dst[k] (which may be src[k]) through `cols`, which takes pixel j
 // of the eight rows for j from -r - 2 to length + r + 1, the ends repeated.
-MIRREL_AVX2 void rowOctet(unsigned char const* const* src, unsigned char* const* dst, int length,
-                          int r, __m256i* cols) {
+template <class Div>
+MIRREL_AVX2 void rowOctetBy(unsigned char const* const* src, unsigned char* const* dst, int length,
+                            int r, __m256i* cols, Div const& div) {
     __m256i* const base = cols + r + 2;
     int j = 0;
     for (; j + 8 <= length; j += 8) {
@@ -252,14 +301,13 @@ MIRREL_AVX2 void rowOctet(unsigned char const* const* src, unsigned char* const*
         Channels const a = channelsOf(base[k]), b = channelsOf(base[k - r - 1]);
         for (int c = 0; c < 4; ++c) D[c] = _mm256_add_epi32(D[c], _mm256_sub_epi32(a.c[c], b.c[c]));
     }
-    __m256d const recip = _mm256_set1_pd(tentRecip(r));
     for (int i0 = 0; i0 < length; i0 += 8) {
         int const n = length - i0 < 8 ? length - i0 : 8;
         __m256i block[8];
         for (int t = 0; t < n; ++t) {
             int const i = i0 + t;
             __m256i q[4];
-            for (int c = 0; c < 4; ++c) q[c] = sumsTimes(S[c], recip);
+            for (int c = 0; c < 4; ++c) q[c] = div(S[c]);
             block[t] = _mm256_or_si256(
                 _mm256_or_si256(q[0], _mm256_slli_epi32(q[1], 8)),
                 _mm256_or_si256(_mm256_slli_epi32(q[2], 16), _mm256_slli_epi32(q[3], 24)));
@@ -274,6 +322,13 @@ MIRREL_AVX2 void rowOctet(unsigned char const* const* src, unsigned char* const*
             else
                 std::memcpy(dst[k] + 4 * i0, &block[k], 4 * std::size_t(n));
     }
+}
+
+MIRREL_AVX2 void rowOctet(unsigned char const* const* src, unsigned char* const* dst, int length,
+                          int r, __m256i* cols) {
+    if (r > kFloatRadius) return rowOctetBy(src, dst, length, r, cols, DoubleQuotients(r));
+    if (anyDrops(r)) return rowOctetBy(src, dst, length, r, cols, FloatQuotients<true>(r));
+    rowOctetBy(src, dst, length, r, cols, FloatQuotients<false>(r));
 }
 
 template <class C>
@@ -315,9 +370,9 @@ MIRREL_AVX2_INLINE void addRow(int* sums, C const* p, int weight, int values, in
 
 // One output row of a column pass from the running sums S and steps D of every value, which
 // then move on by one row: L, R and M are the rows that enter, leave and count twice.
-template <class C>
+template <class C, class Div>
 MIRREL_AVX2_INLINE void columnRow(C* out, int* S, int* D, C const* L, C const* R, C const* M,
-                                  int values, int wide, __m256d recip, double recipScalar) {
+                                  int values, int wide, Div const& recip, double recipScalar) {
     int v = 0;
     for (; v < wide; v += 8) {
         __m256i* sp = reinterpret_cast<__m256i*>(S + v);
@@ -335,13 +390,12 @@ MIRREL_AVX2_INLINE void columnRow(C* out, int* S, int* D, C const* L, C const* R
     }
 }
 
-template <class C>
-MIRREL_AVX2 void columnsExact(unsigned char const* src, std::ptrdiff_t srcRowBytes,
-                              unsigned char* dst, std::ptrdiff_t dstRowBytes, int width, int height,
-                              int r, int from, int to) {
+template <class C, class Div>
+MIRREL_AVX2 void columnsBy(unsigned char const* src, std::ptrdiff_t srcRowBytes, unsigned char* dst,
+                           std::ptrdiff_t dstRowBytes, int width, int height, int r, int from,
+                           int to, Div const& recip) {
     constexpr int kTile = 512; // pixels: the sums of a tile stay in the first-level cache
     alignas(32) int S[4 * kTile], D[4 * kTile];
-    __m256d const recip = _mm256_set1_pd(tentRecip(r));
     double const recipScalar = tentRecip(r);
     auto row = [&](int y) {
         y = y < 0 ? 0 : y >= height ? height - 1 : y;
@@ -380,9 +434,9 @@ inline bool zeroBytes(void const* p, std::size_t n) {
     return true;
 }
 
-template <class C>
-MIRREL_AVX2 void blurExact(unsigned char* pixels, std::ptrdiff_t rowBytes, int width, int height,
-                           int const* rowRadius, int r, int from, int to) {
+template <class C, class Div>
+MIRREL_AVX2 void blurBy(unsigned char* pixels, std::ptrdiff_t rowBytes, int width, int height,
+                        int const* rowRadius, int r, int from, int to, Div const& recip) {
     int const values = 4 * width, wide = values & ~7;
     // Rows i - r to i + r + 2 of the row pass, and up to seven made ahead with the last.
     int const ringRows = 2 * r + 10;
@@ -439,7 +493,6 @@ MIRREL_AVX2 void blurExact(unsigned char* pixels, std::ptrdiff_t rowBytes, int w
         addRow(D, passed(from + k), 1, values, wide);
         addRow(D, passed(from + k - r - 1), -1, values, wide);
     }
-    __m256d const recip = _mm256_set1_pd(tentRecip(r));
     double const recipScalar = tentRecip(r);
     for (int i = from; i < to; ++i) {
         makeUpTo(i + r + 2);
@@ -449,6 +502,37 @@ MIRREL_AVX2 void blurExact(unsigned char* pixels, std::ptrdiff_t rowBytes, int w
         C const* M = passed(i + 1);
         columnRow(out, S, D, L, R, M, values, wide, recip, recipScalar);
     }
+}
+
+// The column passes of 8-bit channels divide without the double product where they can.
+template <class C>
+MIRREL_AVX2 void columnsExact(unsigned char const* src, std::ptrdiff_t srcRowBytes,
+                              unsigned char* dst, std::ptrdiff_t dstRowBytes, int width, int height,
+                              int r, int from, int to) {
+    if constexpr (sizeof(C) == 1) {
+        if (r <= kFloatRadius && anyDrops(r))
+            return columnsBy<C>(src, srcRowBytes, dst, dstRowBytes, width, height, r, from, to,
+                                FloatQuotients<true>(r));
+        if (r <= kFloatRadius)
+            return columnsBy<C>(src, srcRowBytes, dst, dstRowBytes, width, height, r, from, to,
+                                FloatQuotients<false>(r));
+    }
+    columnsBy<C>(src, srcRowBytes, dst, dstRowBytes, width, height, r, from, to,
+                 DoubleQuotients(r));
+}
+
+template <class C>
+MIRREL_AVX2 void blurExact(unsigned char* pixels, std::ptrdiff_t rowBytes, int width, int height,
+                           int const* rowRadius, int r, int from, int to) {
+    if constexpr (sizeof(C) == 1) {
+        if (r <= kFloatRadius && anyDrops(r))
+            return blurBy<C>(pixels, rowBytes, width, height, rowRadius, r, from, to,
+                             FloatQuotients<true>(r));
+        if (r <= kFloatRadius)
+            return blurBy<C>(pixels, rowBytes, width, height, rowRadius, r, from, to,
+                             FloatQuotients<false>(r));
+    }
+    blurBy<C>(pixels, rowBytes, width, height, rowRadius, r, from, to, DoubleQuotients(r));
 }
 
 template <class C>
