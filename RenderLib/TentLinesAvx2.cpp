@@ -447,11 +447,16 @@ MIRREL_AVX2 void columnsBy(unsigned char const* src, std::ptrdiff_t srcRowBytes,
     }
 }
 
-inline bool zeroBytes(void const* p, std::size_t n) {
+MIRREL_AVX2 bool zeroBytes(void const* p, std::size_t n) {
     auto const* b = static_cast<unsigned char const*>(p);
     std::size_t i = 0;
-    for (std::uint64_t w; i + 8 <= n; i += 8)
-        if (std::memcpy(&w, b + i, 8), w != 0) return false;
+    for (; i + 128 <= n; i += 128) {
+        auto const* v = reinterpret_cast<__m256i const*>(b + i);
+        __m256i const any =
+            _mm256_or_si256(_mm256_or_si256(_mm256_loadu_si256(v), _mm256_loadu_si256(v + 1)),
+                            _mm256_or_si256(_mm256_loadu_si256(v + 2), _mm256_loadu_si256(v + 3)));
+        if (!_mm256_testz_si256(any, any)) return false;
+    }
     for (; i < n; ++i)
         if (b[i] != 0) return false;
     return true;

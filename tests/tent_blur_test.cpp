@@ -50,9 +50,10 @@ TEST(TentBlur, ImpulseResponseIsTheTentInEveryLayout) {
     for (int k = -r; k <= r; ++k) want[4 * (10 + k) + 2] = float(r + 1 - std::abs(k)) / 16.0f;
     auto const got = lineTent<PIXEL_ARGB32>(line, r);
     for (int i = 0; i < 4 * 21; ++i) EXPECT_FLOAT_EQ(got[i], want[i]) << i;
-    // Columns of an 8-bit raster walked through padded and negative strides: 160 * w / 16.
+    // Columns of an 8-bit raster walked through padded and negative strides: 160 * w / 16, the
+    // zero rows found past a whole 64-byte block.
     for (auto rows : {Rows::TopDown, Rows::Padded, Rows::BottomUp}) {
-        MemoryImage src(RF_RGBA8, 5, 21, rows), dst(RF_RGBA8, 5, 21, rows);
+        MemoryImage src(RF_RGBA8, 21, 21, rows), dst(RF_RGBA8, 21, 21, rows);
         src.pixel<unsigned char>(2, 10)[1] = 160;
         TentBlurPass_RGBA(PIXEL_VALUES(PIXEL_RGBA8), nullptr, src.info, dst.info, r, true, false,
                           0);
