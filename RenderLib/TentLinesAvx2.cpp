@@ -269,6 +269,13 @@ struct ColumnBuffer {
     }
 };
 
+// Eight packed 8-bit pixels from their channels.
+MIRREL_AVX2_INLINE __m256i packed(__m256i const* q) {
+    return _mm256_or_si256(
+        _mm256_or_si256(q[0], _mm256_slli_epi32(q[1], 8)),
+        _mm256_or_si256(_mm256_slli_epi32(q[2], 16), _mm256_slli_epi32(q[3], 24)));
+}
+
 // (L + R) - 2 M of each channel of eight packed 8-bit pixels, worked in 16-bit lanes (the
 // results lie within +-510), even and odd channels apart.
 MIRREL_AVX2_INLINE Channels steps(__m256i L, __m256i R, __m256i M) {
@@ -328,9 +335,7 @@ MIRREL_AVX2 void rowOctetBy(unsigned char const* const* src, unsigned char* cons
             __m256i q[4];
 #pragma GCC unroll 4
             for (int c = 0; c < 4; ++c) q[c] = div(S[c]);
-            block[t] = _mm256_or_si256(
-                _mm256_or_si256(q[0], _mm256_slli_epi32(q[1], 8)),
-                _mm256_or_si256(_mm256_slli_epi32(q[2], 16), _mm256_slli_epi32(q[3], 24)));
+            block[t] = packed(q);
             Channels const step = steps(base[i - r], base[i + r + 2], base[i + 1]);
 #pragma GCC unroll 4
             for (int c = 0; c < 4; ++c) {
@@ -378,11 +383,26 @@ MIRREL_AVX2 void rowsExact(unsigned char const* src, std::ptrdiff_t srcRowBytes,
     }
 }
 
-// sums += weight * p over `values` channel values, `wide` of them (a multiple of 8) by vector.
+// The sums of a column pass, a value each: sums += weight * p over `values` channel values,
+// `wide` of them (a multiple of 8) by vector. 8-bit pixels keep theirs by groups of eight pixels,
+// as a vector of each channel, so that no step shuffles; the values past the last whole group
+// stay in order.
 template <class C>
 MIRREL_AVX2_INLINE void addRow(int* sums, C const* p, int weight, int values, int wide) {
     __m256i const w = _mm256_set1_epi32(weight);
     int v = 0;
+    if constexpr (sizeof(C) == 1) {
+        for (; v + 32 <= values; v += 32) {
+            Channels const px =
+                channelsOf(_mm256_loadu_si256(reinterpret_cast<__m256i const*>(p + v)));
+            __m256i* s = reinterpret_cast<__m256i*>(sums + v);
+#pragma GCC unroll 4
+            for (int c = 0; c < 4; ++c)
+                _mm256_storeu_si256(s + c, _mm256_add_epi32(_mm256_loadu_si256(s + c),
+                                                            _mm256_mullo_epi32(w, px.c[c])));
+        }
+        wide = v;
+    }
     for (; v < wide; v += 8) {
         __m256i* s = reinterpret_cast<__m256i*>(sums + v);
         _mm256_storeu_si256(
@@ -397,6 +417,26 @@ template <class C, class Div>
 MIRREL_AVX2_INLINE void columnRow(C* out, int* S, int* D, C const* L, C const* R, C const* M,
                                   int values, int wide, Div const& recip, double recipScalar) {
     int v = 0;
+    if constexpr (sizeof(C) == 1) {
+        for (; v + 32 <= values; v += 32) {
+            Channels const step =
+                steps(_mm256_loadu_si256(reinterpret_cast<__m256i const*>(L + v)),
+                      _mm256_loadu_si256(reinterpret_cast<__m256i const*>(R + v)),
+                      _mm256_loadu_si256(reinterpret_cast<__m256i const*>(M + v)));
+            __m256i* sp = reinterpret_cast<__m256i*>(S + v);
+            __m256i* dp = reinterpret_cast<__m256i*>(D + v);
+            __m256i q[4];
+#pragma GCC unroll 4
+            for (int c = 0; c < 4; ++c) {
+                __m256i const s = _mm256_loadu_si256(sp + c), d = _mm256_loadu_si256(dp + c);
+                q[c] = recip(s);
+                _mm256_storeu_si256(sp + c, _mm256_add_epi32(s, d));
+                _mm256_storeu_si256(dp + c, _mm256_add_epi32(d, step.c[c]));
+            }
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + v), packed(q));
+        }
+        wide = v;
+    }
     for (; v < wide; v += 8) {
         __m256i* sp = reinterpret_cast<__m256i*>(S + v);
         __m256i* dp = reinterpret_cast<__m256i*>(D + v);
