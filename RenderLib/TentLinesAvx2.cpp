@@ -115,10 +115,11 @@ struct DoubleQuotients {
 
 // The same for 8-bit channels without the double product, up to kFloatRadius. Let n = (r + 1)^2,
 // S = q n + t, 0 <= t < n, S <= 255 n; every S + 0.5 is then a float, and the float product
-// (S + 0.5) * fl(1 / n) lies within 2^-23 (1 + 2^-24) of (S + 0.5) / n < 256, below 0.5 / n
-// for n < 16384, so it truncates to q. The double product truncates to q too (its error is far
-// below 1 / n) but at some multiples, t = 0, where it lands just below q: those q are a table
-// per radius, bit 31 - q / 8 of lane q % 8, empty for most radii (Drops false).
+// (S + 0.5) * fl(1 / n) differs from (S + 0.5) / n < 255.5, which lies 0.5 / n or more from a
+// whole number, by at most 255.5 * 2^-23 (1 + 2^-25), below 0.5 / n for n < 16384: it truncates
+// to q. The double product truncates to q too (its error is far below 1 / n) but at some
+// multiples, t = 0, where it lands just below q: those q are a table per radius, bit 31 - q / 8
+// of lane q % 8, empty for most radii (Drops false).
 constexpr int kFloatRadius = 126;
 inline bool dropsBelow(int r, int q) {
     return int(double(q * (r + 1) * (r + 1)) * tentRecip(r)) != q;
