@@ -10,15 +10,17 @@
 //         p[i + r + 2] and p[i + 1], held to the ends.
 // For integer channels the portable sums are whole numbers far below 2^53, so every double
 // addition is exact and 32-bit integer sums hold the same values; only the output goes through
-// the double product. Those forms run whole passes of packed four-channel pixels, at a radius
-// (held, above 0) of at most `exactRadius`, where the sums stay within 32 bits:
-//   rows:    `count` rows of `length` pixels, two rows a vector (lanes across rows and
-//            channels); dst may be src.
+// the double product (8-bit channels at small radii divide in float, proved equal). Those forms
+// run whole passes of packed four-channel pixels, at a radius (held, above 0) of at most
+// `exactRadius`, where the sums stay within 32 bits:
+//   rows:    `count` rows of `length` pixels, eight rows a vector for 8-bit channels (lanes
+//            across rows, a vector a channel), else two (lanes across rows and channels); dst
+//            may be src.
 //   columns: output rows `from` to `to` - 1 of a column pass over `height` rows (lanes across
 //            columns); the sums at `from` are taken afresh from the rows around it.
 //   blur:    both passes in place, rows at `rowRadius[y]` (0 or below copies the row), then
 //            columns at `radius`, for output rows `from` to `to` - 1 (the others must be zero
-//            and stay so); the row pass goes through a ring of 2 radius + 4 rows, so that the
+//            and stay so); the row pass goes through a ring of 2 radius + 10 rows, so that the
 //            picture between the passes stays in the cache.
 template <class C> struct TentKernels {
     void (*line)(unsigned char const* src, std::ptrdiff_t srcStep, unsigned char* dst,

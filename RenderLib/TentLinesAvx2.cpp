@@ -101,10 +101,63 @@ MIRREL_AVX2 void step(C const* L, C const* R, C const* M, C* out, double* S, dou
 
 // The exact integer forms (unsigned char and unsigned short channels).
 
-// Eight sums as the portable loop stores them: the double times the reciprocal, truncated (the
-// results lie in the channel's range), packed in channel order.
-MIRREL_AVX2_INLINE __m128i outputs(__m256i S, __m256d recip) {
-    __m256i const t = sumsTimes(S, recip);
+inline double tentRecip(int r) {
+    return 1.0 / (double(r + 1) * double(r + 1));
+}
+
+// Eight whole sums at radius r as the portable loop stores them: the double times the
+// reciprocal, truncated (the results lie in the channel's range).
+struct DoubleQuotients {
+    __m256d recip;
+    MIRREL_AVX2 explicit DoubleQuotients(int r) : recip(_mm256_set1_pd(tentRecip(r))) {}
+    MIRREL_AVX2_INLINE __m256i operator()(__m256i S) const { return sumsTimes(S, recip); }
+};
+
+// The same for 8-bit channels without the double product, up to kFloatRadius. Let n = (r + 1)^2,
+// S = q n + t, 0 <= t < n, S <= 255 n; every S + 0.5 is then a float, and the float product
+// (S + 0.5) * fl(1 / n) differs from (S + 0.5) / n < 255.5, which lies 0.5 / n or more from a
+// whole number, by at most 255.5 * 2^-23 (1 + 2^-25), below 0.5 / n for n < 16384: it truncates
+// to q. The double product truncates to q too (its error is far below 1 / n) but at some
+// multiples, t = 0, where it lands just below q: those q are a table per radius, bit 31 - q / 8
+// of lane q % 8, empty for most radii (Drops false).
+constexpr int kFloatRadius = 126;
+inline bool dropsBelow(int r, int q) {
+    return int(double(q * (r + 1) * (r + 1)) * tentRecip(r)) != q;
+}
+inline bool anyDrops(int r) {
+    for (int q = 1; q < 256; ++q)
+        if (dropsBelow(r, q)) return true;
+    return false;
+}
+template <bool Drops> struct FloatQuotients {
+    __m256 recip;
+    __m256i n, drops;
+    MIRREL_AVX2 explicit FloatQuotients(int r) {
+        int const square = (r + 1) * (r + 1);
+        alignas(32) unsigned bits[8] = {};
+        for (int q = 0; q < 256; ++q)
+            if (dropsBelow(r, q)) bits[q % 8] |= 1u << (31 - q / 8);
+        recip = _mm256_set1_ps(1.0f / float(square));
+        n = _mm256_set1_epi32(square);
+        drops = _mm256_load_si256(reinterpret_cast<__m256i const*>(bits));
+    }
+    MIRREL_AVX2_INLINE __m256i operator()(__m256i S) const {
+        __m256 const half = _mm256_set1_ps(0.5f);
+        __m256i q =
+            _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_add_ps(_mm256_cvtepi32_ps(S), half), recip));
+        if constexpr (Drops) {
+            __m256i const multiple = _mm256_cmpeq_epi32(S, _mm256_mullo_epi32(q, n));
+            __m256i const bit =
+                _mm256_sllv_epi32(_mm256_permutevar8x32_epi32(drops, q), _mm256_srli_epi32(q, 3));
+            q = _mm256_add_epi32(q, _mm256_and_si256(multiple, _mm256_srai_epi32(bit, 31)));
+        }
+        return q;
+    }
+};
+
+// Eight sums divided, packed in channel order.
+template <class Div> MIRREL_AVX2_INLINE __m128i outputs(__m256i S, Div const& div) {
+    __m256i const t = div(S);
     return _mm_packus_epi32(_mm256_castsi256_si128(t), _mm256_extracti128_si256(t, 1));
 }
 MIRREL_AVX2_INLINE void store8(unsigned char* p, __m128i words) {
@@ -136,10 +189,6 @@ template <class C> MIRREL_AVX2_INLINE __m256i pairAt(C const* base, int i) {
     return load8(base + 8 * std::ptrdiff_t(i));
 }
 
-inline double tentRecip(int r) {
-    return 1.0 / (double(r + 1) * double(r + 1));
-}
-
 // Rows a and b at radius r into da and db, through `pair`: the two interleaved pixel by pixel,
 // their ends repeated far enough for every tap (length + 2 r + 4 pixel pairs).
 template <class C>
@@ -169,7 +218,7 @@ MIRREL_AVX2 void rowPair(C const* a, C const* b, C* da, C* db, int length, int r
     for (; j < length; ++j) put(j, j);
     for (; j < length + pad; ++j) put(j, length - 1);
     C const* const base = pair + 8 * pad;
-    __m256d const recip = _mm256_set1_pd(tentRecip(r));
+    DoubleQuotients const recip(r);
     __m256i S = _mm256_setzero_si256(), D = _mm256_setzero_si256();
     for (int k = -r; k <= r; ++k)
         S = _mm256_add_epi32(
@@ -182,11 +231,151 @@ MIRREL_AVX2 void rowPair(C const* a, C const* b, C* da, C* db, int length, int r
     }
 }
 
+// The 8x8 transpose of 32-bit lanes: lane j of v[k] goes to lane k of v[j].
+MIRREL_AVX2_INLINE void transpose8(__m256i* v) {
+    __m256i t[8], u[8];
+    for (int k = 0; k < 8; k += 2) {
+        t[k] = _mm256_unpacklo_epi32(v[k], v[k + 1]);
+        t[k + 1] = _mm256_unpackhi_epi32(v[k], v[k + 1]);
+    }
+    for (int k = 0; k < 8; k += 4) {
+        u[k] = _mm256_unpacklo_epi64(t[k], t[k + 2]);
+        u[k + 1] = _mm256_unpackhi_epi64(t[k], t[k + 2]);
+        u[k + 2] = _mm256_unpacklo_epi64(t[k + 1], t[k + 3]);
+        u[k + 3] = _mm256_unpackhi_epi64(t[k + 1], t[k + 3]);
+    }
+    for (int k = 0; k < 4; ++k) {
+        v[k] = _mm256_permute2x128_si256(u[k], u[k + 4], 0x20);
+        v[k + 4] = _mm256_permute2x128_si256(u[k], u[k + 4], 0x31);
+    }
+}
+
+// The four channels of eight packed 8-bit pixels, one a vector.
+struct Channels {
+    __m256i c[4];
+};
+MIRREL_AVX2_INLINE Channels channelsOf(__m256i px) {
+    __m256i const m = _mm256_set1_epi32(255);
+    return {{_mm256_and_si256(px, m), _mm256_and_si256(_mm256_srli_epi32(px, 8), m),
+             _mm256_and_si256(_mm256_srli_epi32(px, 16), m), _mm256_srli_epi32(px, 24)}};
+}
+
+// `count` vectors, aligned.
+struct ColumnBuffer {
+    std::vector<int> lanes;
+    explicit ColumnBuffer(int count) : lanes(8 * std::size_t(count) + 8) {}
+    __m256i* data() {
+        auto const at = (reinterpret_cast<std::uintptr_t>(lanes.data()) + 31) & ~std::uintptr_t(31);
+        return reinterpret_cast<__m256i*>(at);
+    }
+};
+
+// Eight packed 8-bit pixels from their channels.
+MIRREL_AVX2_INLINE __m256i packed(__m256i const* q) {
+    return _mm256_or_si256(
+        _mm256_or_si256(q[0], _mm256_slli_epi32(q[1], 8)),
+        _mm256_or_si256(_mm256_slli_epi32(q[2], 16), _mm256_slli_epi32(q[3], 24)));
+}
+
+// (L + R) - 2 M of each channel of eight packed 8-bit pixels, worked in 16-bit lanes (the
+// results lie within +-510), even and odd channels apart.
+MIRREL_AVX2_INLINE Channels steps(__m256i L, __m256i R, __m256i M) {
+    __m256i const even = _mm256_set1_epi32(0x00ff00ff);
+    __m256i const me = _mm256_and_si256(M, even), mo = _mm256_srli_epi16(M, 8);
+    __m256i const e =
+        _mm256_sub_epi16(_mm256_add_epi16(_mm256_and_si256(L, even), _mm256_and_si256(R, even)),
+                         _mm256_add_epi16(me, me));
+    __m256i const o =
+        _mm256_sub_epi16(_mm256_add_epi16(_mm256_srli_epi16(L, 8), _mm256_srli_epi16(R, 8)),
+                         _mm256_add_epi16(mo, mo));
+    return {{_mm256_srai_epi32(_mm256_slli_epi32(e, 16), 16),
+             _mm256_srai_epi32(_mm256_slli_epi32(o, 16), 16), _mm256_srai_epi32(e, 16),
+             _mm256_srai_epi32(o, 16)}};
+}
+
+// Eight rows of 8-bit pixels at radius r, lanes across rows and one channel a vector, so that
+// no step shuffles: src[k] into dst[k] (which may be src[k]) through `cols`, which takes pixel j
+// of the eight rows for j from -r - 2 to length + r + 1, the ends repeated.
+template <class Div>
+MIRREL_AVX2 void rowOctetBy(unsigned char const* const* src, unsigned char* const* dst, int length,
+                            int r, __m256i* cols, Div const& div) {
+    __m256i* const base = cols + r + 2;
+    int j = 0;
+    for (; j + 8 <= length; j += 8) {
+        __m256i v[8];
+        for (int k = 0; k < 8; ++k)
+            v[k] = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(src[k] + 4 * j));
+        transpose8(v);
+        for (int k = 0; k < 8; ++k) base[j + k] = v[k];
+    }
+    for (; j < length; ++j) {
+        alignas(32) int lanes[8];
+        for (int k = 0; k < 8; ++k) std::memcpy(&lanes[k], src[k] + 4 * j, 4);
+        base[j] = _mm256_load_si256(reinterpret_cast<__m256i const*>(lanes));
+    }
+    for (int k = 1; k <= r + 2; ++k) base[-k] = base[0], base[length - 1 + k] = base[length - 1];
+    __m256i S[4], D[4];
+#pragma GCC unroll 4
+    for (int c = 0; c < 4; ++c) S[c] = D[c] = _mm256_setzero_si256();
+    for (int k = -r; k <= r; ++k) {
+        __m256i const w = _mm256_set1_epi32(r + 1 - std::abs(k));
+        Channels const p = channelsOf(base[k]);
+#pragma GCC unroll 4
+        for (int c = 0; c < 4; ++c) S[c] = _mm256_add_epi32(S[c], _mm256_mullo_epi32(w, p.c[c]));
+    }
+    for (int k = 1; k <= r + 1; ++k) {
+        Channels const a = channelsOf(base[k]), b = channelsOf(base[k - r - 1]);
+#pragma GCC unroll 4
+        for (int c = 0; c < 4; ++c) D[c] = _mm256_add_epi32(D[c], _mm256_sub_epi32(a.c[c], b.c[c]));
+    }
+    for (int i0 = 0; i0 < length; i0 += 8) {
+        int const n = length - i0 < 8 ? length - i0 : 8;
+        __m256i block[8];
+        for (int t = 0; t < n; ++t) {
+            int const i = i0 + t;
+            __m256i q[4];
+#pragma GCC unroll 4
+            for (int c = 0; c < 4; ++c) q[c] = div(S[c]);
+            block[t] = packed(q);
+            Channels const step = steps(base[i - r], base[i + r + 2], base[i + 1]);
+#pragma GCC unroll 4
+            for (int c = 0; c < 4; ++c) {
+                S[c] = _mm256_add_epi32(S[c], D[c]);
+                D[c] = _mm256_add_epi32(D[c], step.c[c]);
+            }
+        }
+        transpose8(block);
+        for (int k = 0; k < 8; ++k)
+            if (n == 8)
+                _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst[k] + 4 * i0), block[k]);
+            else
+                std::memcpy(dst[k] + 4 * i0, &block[k], 4 * std::size_t(n));
+    }
+}
+
+MIRREL_AVX2 void rowOctet(unsigned char const* const* src, unsigned char* const* dst, int length,
+                          int r, __m256i* cols) {
+    if (r > kFloatRadius) return rowOctetBy(src, dst, length, r, cols, DoubleQuotients(r));
+    if (anyDrops(r)) return rowOctetBy(src, dst, length, r, cols, FloatQuotients<true>(r));
+    rowOctetBy(src, dst, length, r, cols, FloatQuotients<false>(r));
+}
+
 template <class C>
 MIRREL_AVX2 void rowsExact(unsigned char const* src, std::ptrdiff_t srcRowBytes, unsigned char* dst,
                            std::ptrdiff_t dstRowBytes, int length, int count, int r) {
+    int n = 0;
+    if constexpr (sizeof(C) == 1) {
+        ColumnBuffer cols(length + 2 * r + 4);
+        for (; n + 8 <= count; n += 8) {
+            unsigned char const* in[8];
+            unsigned char* out[8];
+            for (int k = 0; k < 8; ++k) in[k] = src + (n + k) * srcRowBytes;
+            for (int k = 0; k < 8; ++k) out[k] = dst + (n + k) * dstRowBytes;
+            rowOctet(in, out, length, r, cols.data());
+        }
+    }
     std::vector<C> pair(8 * std::size_t(length + 2 * r + 4));
-    for (int n = 0; n < count; n += 2) {
+    for (; n < count; n += 2) {
         int const m = n + 1 < count ? n + 1 : n; // an odd last row goes with itself
         rowPair(reinterpret_cast<C const*>(src + n * srcRowBytes),
                 reinterpret_cast<C const*>(src + m * srcRowBytes),
@@ -195,11 +384,26 @@ MIRREL_AVX2 void rowsExact(unsigned char const* src, std::ptrdiff_t srcRowBytes,
     }
 }
 
-// sums += weight * p over `values` channel values, `wide` of them (a multiple of 8) by vector.
+// The sums of a column pass, a value each: sums += weight * p over `values` channel values,
+// `wide` of them (a multiple of 8) by vector. 8-bit pixels keep theirs by groups of eight pixels,
+// as a vector of each channel, so that no step shuffles; the values past the last whole group
+// stay in order.
 template <class C>
 MIRREL_AVX2_INLINE void addRow(int* sums, C const* p, int weight, int values, int wide) {
     __m256i const w = _mm256_set1_epi32(weight);
     int v = 0;
+    if constexpr (sizeof(C) == 1) {
+        for (; v + 32 <= values; v += 32) {
+            Channels const px =
+                channelsOf(_mm256_loadu_si256(reinterpret_cast<__m256i const*>(p + v)));
+            __m256i* s = reinterpret_cast<__m256i*>(sums + v);
+#pragma GCC unroll 4
+            for (int c = 0; c < 4; ++c)
+                _mm256_storeu_si256(s + c, _mm256_add_epi32(_mm256_loadu_si256(s + c),
+                                                            _mm256_mullo_epi32(w, px.c[c])));
+        }
+        wide = v;
+    }
     for (; v < wide; v += 8) {
         __m256i* s = reinterpret_cast<__m256i*>(sums + v);
         _mm256_storeu_si256(
@@ -210,10 +414,30 @@ MIRREL_AVX2_INLINE void addRow(int* sums, C const* p, int weight, int values, in
 
 // One output row of a column pass from the running sums S and steps D of every value, which
 // then move on by one row: L, R and M are the rows that enter, leave and count twice.
-template <class C>
+template <class C, class Div>
 MIRREL_AVX2_INLINE void columnRow(C* out, int* S, int* D, C const* L, C const* R, C const* M,
-                                  int values, int wide, __m256d recip, double recipScalar) {
+                                  int values, int wide, Div const& recip, double recipScalar) {
     int v = 0;
+    if constexpr (sizeof(C) == 1) {
+        for (; v + 32 <= values; v += 32) {
+            Channels const step =
+                steps(_mm256_loadu_si256(reinterpret_cast<__m256i const*>(L + v)),
+                      _mm256_loadu_si256(reinterpret_cast<__m256i const*>(R + v)),
+                      _mm256_loadu_si256(reinterpret_cast<__m256i const*>(M + v)));
+            __m256i* sp = reinterpret_cast<__m256i*>(S + v);
+            __m256i* dp = reinterpret_cast<__m256i*>(D + v);
+            __m256i q[4];
+#pragma GCC unroll 4
+            for (int c = 0; c < 4; ++c) {
+                __m256i const s = _mm256_loadu_si256(sp + c), d = _mm256_loadu_si256(dp + c);
+                q[c] = recip(s);
+                _mm256_storeu_si256(sp + c, _mm256_add_epi32(s, d));
+                _mm256_storeu_si256(dp + c, _mm256_add_epi32(d, step.c[c]));
+            }
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + v), packed(q));
+        }
+        wide = v;
+    }
     for (; v < wide; v += 8) {
         __m256i* sp = reinterpret_cast<__m256i*>(S + v);
         __m256i* dp = reinterpret_cast<__m256i*>(D + v);
@@ -230,13 +454,12 @@ MIRREL_AVX2_INLINE void columnRow(C* out, int* S, int* D, C const* L, C const* R
     }
 }
 
-template <class C>
-MIRREL_AVX2 void columnsExact(unsigned char const* src, std::ptrdiff_t srcRowBytes,
-                              unsigned char* dst, std::ptrdiff_t dstRowBytes, int width, int height,
-                              int r, int from, int to) {
+template <class C, class Div>
+MIRREL_AVX2 void columnsBy(unsigned char const* src, std::ptrdiff_t srcRowBytes, unsigned char* dst,
+                           std::ptrdiff_t dstRowBytes, int width, int height, int r, int from,
+                           int to, Div const& recip) {
     constexpr int kTile = 512; // pixels: the sums of a tile stay in the first-level cache
     alignas(32) int S[4 * kTile], D[4 * kTile];
-    __m256d const recip = _mm256_set1_pd(tentRecip(r));
     double const recipScalar = tentRecip(r);
     auto row = [&](int y) {
         y = y < 0 ? 0 : y >= height ? height - 1 : y;
@@ -265,25 +488,32 @@ MIRREL_AVX2 void columnsExact(unsigned char const* src, std::ptrdiff_t srcRowByt
     }
 }
 
-inline bool zeroBytes(void const* p, std::size_t n) {
+MIRREL_AVX2 bool zeroBytes(void const* p, std::size_t n) {
     auto const* b = static_cast<unsigned char const*>(p);
     std::size_t i = 0;
-    for (std::uint64_t w; i + 8 <= n; i += 8)
-        if (std::memcpy(&w, b + i, 8), w != 0) return false;
+    for (; i + 128 <= n; i += 128) {
+        auto const* v = reinterpret_cast<__m256i const*>(b + i);
+        __m256i const any =
+            _mm256_or_si256(_mm256_or_si256(_mm256_loadu_si256(v), _mm256_loadu_si256(v + 1)),
+                            _mm256_or_si256(_mm256_loadu_si256(v + 2), _mm256_loadu_si256(v + 3)));
+        if (!_mm256_testz_si256(any, any)) return false;
+    }
     for (; i < n; ++i)
         if (b[i] != 0) return false;
     return true;
 }
 
-template <class C>
-MIRREL_AVX2 void blurExact(unsigned char* pixels, std::ptrdiff_t rowBytes, int width, int height,
-                           int const* rowRadius, int r, int from, int to) {
+template <class C, class Div>
+MIRREL_AVX2 void blurBy(unsigned char* pixels, std::ptrdiff_t rowBytes, int width, int height,
+                        int const* rowRadius, int r, int from, int to, Div const& recip) {
     int const values = 4 * width, wide = values & ~7;
-    int const ringRows = 2 * r + 4; // rows i - r to i + r + 2 of the row pass, and one more
+    // Rows i - r to i + r + 2 of the row pass, and up to seven made ahead with the last.
+    int const ringRows = 2 * r + 10;
     int maxRow = 0;
     for (int y = 0; y < height; ++y) maxRow = rowRadius[y] > maxRow ? rowRadius[y] : maxRow;
     std::vector<C> ring(std::size_t(ringRows) * values);
     std::vector<C> pair(8 * std::size_t(width + 2 * maxRow + 4));
+    ColumnBuffer cols(sizeof(C) == 1 ? width + 2 * maxRow + 4 : 0);
     std::vector<int> sums(2 * std::size_t(values) + 8);
     int* S = sums.data();
     int* D = S + values;
@@ -292,21 +522,35 @@ MIRREL_AVX2 void blurExact(unsigned char* pixels, std::ptrdiff_t rowBytes, int w
         y = y < 0 ? 0 : y >= height ? height - 1 : y;
         return ring.data() + std::ptrdiff_t(y % ringRows) * values;
     };
-    // The row pass, two rows at a time where they share a radius; a row at radius 0 or below is
-    // copied, as is a row of zeros, which the pass would leave zero.
+    // The row pass, eight or two rows at a time where they share a radius; a row at radius 0 or
+    // below is copied, as is a row of zeros, which the pass would leave zero.
     int made = std::max(from - r, 0); // rows of the row pass made so far
     auto makeUpTo = [&](int last) {
         last = last < height - 1 ? last : height - 1;
         while (made <= last) {
             int const y = made;
             int const ry = rowRadius[y];
-            bool const pairs = y + 1 <= last && rowRadius[y + 1] == ry;
             if (ry <= 0 || zeroBytes(input(y), values * sizeof(C))) {
                 std::memcpy(passed(y), input(y), values * sizeof(C));
                 made = y + 1;
                 continue;
             }
-            int const y2 = pairs ? y + 1 : y;
+            if constexpr (sizeof(C) == 1) {
+                int k = 1;
+                while (k < 8 && y + k < height && rowRadius[y + k] == ry) ++k;
+                if (k == 8) {
+                    unsigned char const* in[8];
+                    unsigned char* out[8];
+                    for (k = 0; k < 8; ++k) {
+                        in[k] = pixels + (y + k) * rowBytes;
+                        out[k] = passed(y + k);
+                    }
+                    rowOctet(in, out, width, ry, cols.data());
+                    made = y + 8;
+                    continue;
+                }
+            }
+            int const y2 = y + 1 < height && rowRadius[y + 1] == ry ? y + 1 : y;
             rowPair(input(y), input(y2), passed(y), passed(y2), width, ry, pair.data());
             made = y2 + 1;
         }
@@ -318,7 +562,6 @@ MIRREL_AVX2 void blurExact(unsigned char* pixels, std::ptrdiff_t rowBytes, int w
         addRow(D, passed(from + k), 1, values, wide);
         addRow(D, passed(from + k - r - 1), -1, values, wide);
     }
-    __m256d const recip = _mm256_set1_pd(tentRecip(r));
     double const recipScalar = tentRecip(r);
     for (int i = from; i < to; ++i) {
         makeUpTo(i + r + 2);
@@ -328,6 +571,37 @@ MIRREL_AVX2 void blurExact(unsigned char* pixels, std::ptrdiff_t rowBytes, int w
         C const* M = passed(i + 1);
         columnRow(out, S, D, L, R, M, values, wide, recip, recipScalar);
     }
+}
+
+// The column passes of 8-bit channels divide without the double product where they can.
+template <class C>
+MIRREL_AVX2 void columnsExact(unsigned char const* src, std::ptrdiff_t srcRowBytes,
+                              unsigned char* dst, std::ptrdiff_t dstRowBytes, int width, int height,
+                              int r, int from, int to) {
+    if constexpr (sizeof(C) == 1) {
+        if (r <= kFloatRadius && anyDrops(r))
+            return columnsBy<C>(src, srcRowBytes, dst, dstRowBytes, width, height, r, from, to,
+                                FloatQuotients<true>(r));
+        if (r <= kFloatRadius)
+            return columnsBy<C>(src, srcRowBytes, dst, dstRowBytes, width, height, r, from, to,
+                                FloatQuotients<false>(r));
+    }
+    columnsBy<C>(src, srcRowBytes, dst, dstRowBytes, width, height, r, from, to,
+                 DoubleQuotients(r));
+}
+
+template <class C>
+MIRREL_AVX2 void blurExact(unsigned char* pixels, std::ptrdiff_t rowBytes, int width, int height,
+                           int const* rowRadius, int r, int from, int to) {
+    if constexpr (sizeof(C) == 1) {
+        if (r <= kFloatRadius && anyDrops(r))
+            return blurBy<C>(pixels, rowBytes, width, height, rowRadius, r, from, to,
+                             FloatQuotients<true>(r));
+        if (r <= kFloatRadius)
+            return blurBy<C>(pixels, rowBytes, width, height, rowRadius, r, from, to,
+                             FloatQuotients<false>(r));
+    }
+    blurBy<C>(pixels, rowBytes, width, height, rowRadius, r, from, to, DoubleQuotients(r));
 }
 
 template <class C>

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -49,9 +50,10 @@ TEST(TentBlur, ImpulseResponseIsTheTentInEveryLayout) {
     for (int k = -r; k <= r; ++k) want[4 * (10 + k) + 2] = float(r + 1 - std::abs(k)) / 16.0f;
     auto const got = lineTent<PIXEL_ARGB32>(line, r);
     for (int i = 0; i < 4 * 21; ++i) EXPECT_FLOAT_EQ(got[i], want[i]) << i;
-    // Columns of an 8-bit raster walked through padded and negative strides: 160 * w / 16.
+    // Columns of an 8-bit raster walked through padded and negative strides: 160 * w / 16, the
+    // zero rows found past a whole 64-byte block.
     for (auto rows : {Rows::TopDown, Rows::Padded, Rows::BottomUp}) {
-        MemoryImage src(RF_RGBA8, 5, 21, rows), dst(RF_RGBA8, 5, 21, rows);
+        MemoryImage src(RF_RGBA8, 21, 21, rows), dst(RF_RGBA8, 21, 21, rows);
         src.pixel<unsigned char>(2, 10)[1] = 160;
         TentBlurPass_RGBA(PIXEL_VALUES(PIXEL_RGBA8), nullptr, src.info, dst.info, r, true, false,
                           0);
@@ -165,6 +167,41 @@ TEST(TentBlur, RowWiseAndVectorFormsEqualThePortableLine) {
     expectTentFormsEqual<unsigned char>(RF_RGBA8);
     expectTentFormsEqual<unsigned short>(RF_RGBA16);
     expectTentFormsEqual<float>(RF_RGBA32);
+}
+
+// The 8-bit vector forms divide small radii's sums without the double product. Each sum they
+// can meet next to a whole quotient, q (r + 1)^2 and one either side for every value q, at every
+// radius to one past the last they divide so: rows, columns and both passes at once. Between
+// those sums both divisions are monotone, so these are all the sums.
+TEST(TentBlur, EightBitFormsDivideEverySumAsThePortableLine) {
+    using namespace blur_detail;
+    TentKernels<unsigned char> const* wide = tentKernelsAvx2<unsigned char>();
+    if (!wide) GTEST_SKIP() << "no AVX2";
+    for (int r = 1; r <= 127; ++r) {
+        int const n = 2 * r + 5;
+        MemoryImage rows(RF_RGBA8, n, 128), columns(RF_RGBA8, 128, n), want(RF_RGBA8, n, 128),
+            wantColumns(RF_RGBA8, 128, n), got(RF_RGBA8, n, 128), gotColumns(RF_RGBA8, 128, n);
+        for (int k = 0; k < 128; ++k)
+            for (int x = 0; x < n; ++x)
+                for (int c = 0; c < 4; ++c) { // value q with one pixel q + 1 or q - 1 amid it
+                    int const q = 2 * k + c % 2, v = x == r + 2 ? q + (c < 2 ? 1 : -1) : q;
+                    rows.pixel<unsigned char>(x, k)[c] = columns.pixel<unsigned char>(k, x)[c] =
+                        (unsigned char)std::clamp(v, 0, 255);
+                }
+        auto px = [](MemoryImage& m, int x, int y) { return m.pixel<unsigned char>(x, y); };
+        for (int k = 0; k < 128; ++k) {
+            tentLine<unsigned char, 4>(px(rows, 0, k), 4, px(want, 0, k), 4, n, r, 0, nullptr);
+            tentLine<unsigned char, 4>(px(columns, k, 0), columns.info.rowBytes,
+                                       px(wantColumns, k, 0), columns.info.rowBytes, n, r, 0,
+                                       nullptr);
+        }
+        tentRows<unsigned char>(rows.info, got.info, r, false, 0, wide);
+        ASSERT_EQ(got.bytes(), want.bytes()) << "rows, radius " << r;
+        tentColumns<unsigned char, 4>(columns.info, gotColumns.info, r, 0, wide);
+        ASSERT_EQ(gotColumns.bytes(), wantColumns.bytes()) << "columns, radius " << r;
+        ASSERT_TRUE(tentBlurInPlace<unsigned char>(columns.info, 0, r, false, 0, wide));
+        ASSERT_EQ(columns.bytes(), wantColumns.bytes()) << "both passes, radius " << r;
+    }
 }
 
 TEST(Gauss1, SmoothsWithClampedBorders) {
