@@ -131,15 +131,21 @@ MIRREL_AVX2_INLINE __m256 downBlock(const __m256* yw, const float* const* sums, 
     return weightedSum(yw, rows);
 }
 
-// Rounds and clamps one register of two pixels, the channels wrapped into the channel type.
-template <class C> MIRREL_AVX2_INLINE __m256i roundPair(__m256 v, __m256i minV, __m256i maxV) {
+// Rounds and clamps one register of two pixels, the channels wrapped into the channel type;
+// Whole leaves the clamp to the packs that follow.
+template <class C, bool Whole = false>
+MIRREL_AVX2_INLINE __m256i roundPair(__m256 v, __m256i minV, __m256i maxV) {
     const __m256i i = _mm256_cvttps_epi32(_mm256_add_ps(v, _mm256_set1_ps(0.5f)));
+    if constexpr (Whole) return i;
     return _mm256_and_si256(_mm256_min_epi32(_mm256_max_epi32(i, minV), maxV),
                             _mm256_set1_epi32(sizeof(C) == 1 ? 0xFF : 0xFFFF));
 }
 
-// Rounds, clamps and stores pixels 0 to 7, two a register in order (a, b, c, e), at once.
-template <class C>
+// Rounds, clamps and stores pixels 0 to 7, two a register in order (a, b, c, e), at once. Where
+// the range is the channel type's whole range (Whole), the saturating packs are the clamp: the
+// signed one brings every integer, the out-of-range one included, within the 16-bit range, and
+// the unsigned one to the channel's.
+template <class C, bool Whole>
 MIRREL_AVX2_INLINE void storeEight(C* d, __m256 a, __m256 b, __m256 c, __m256 e, __m256i minV,
                                    __m256i maxV) {
     if constexpr (isFloat<C>) {
@@ -147,10 +153,16 @@ MIRREL_AVX2_INLINE void storeEight(C* d, __m256 a, __m256 b, __m256 c, __m256 e,
         _mm256_storeu_ps(d + 16, c), _mm256_storeu_ps(d + 24, e);
     } else {
         // Lane by lane the packs interleave the registers: pixels 0 2 | 1 3 and 4 6 | 5 7.
-        const __m256i low =
-            _mm256_packus_epi32(roundPair<C>(a, minV, maxV), roundPair<C>(b, minV, maxV));
-        const __m256i high =
-            _mm256_packus_epi32(roundPair<C>(c, minV, maxV), roundPair<C>(e, minV, maxV));
+        const __m256i low = sizeof(C) == 1 && Whole
+                                ? _mm256_packs_epi32(roundPair<C, Whole>(a, minV, maxV),
+                                                     roundPair<C, Whole>(b, minV, maxV))
+                                : _mm256_packus_epi32(roundPair<C, Whole>(a, minV, maxV),
+                                                      roundPair<C, Whole>(b, minV, maxV));
+        const __m256i high = sizeof(C) == 1 && Whole
+                                 ? _mm256_packs_epi32(roundPair<C, Whole>(c, minV, maxV),
+                                                      roundPair<C, Whole>(e, minV, maxV))
+                                 : _mm256_packus_epi32(roundPair<C, Whole>(c, minV, maxV),
+                                                       roundPair<C, Whole>(e, minV, maxV));
         if constexpr (sizeof(C) == 1) {
             const __m256i bytes = _mm256_packus_epi16(low, high); // 0 2 4 6 | 1 3 5 7
             _mm256_storeu_si256(
@@ -334,12 +346,16 @@ MIRREL_AVX2_INLINE bool spanFromRows(const RenderSettings* s, const Source<C>& s
     __m256 yw[4];
     pairWeights(lut, wyRow, wyRow, yw);
     const __m256i minV = _mm256_set1_epi32(s->minValue), maxV = _mm256_set1_epi32(s->maxValue);
+    const bool whole = s->minValue == 0 && s->maxValue == (sizeof(C) == 1 ? 0xFF : 0xFFFF);
     int i = 0;
     while (i + 1 < n) {
         if (i >= runFrom && i + 8 <= runTo) {
-            storeEight(d, downBlock(yw, sums, 4 * i), downBlock(yw, sums, 4 * i + 8),
-                       downBlock(yw, sums, 4 * i + 16), downBlock(yw, sums, 4 * i + 24), minV,
-                       maxV);
+            const __m256 a = downBlock(yw, sums, 4 * i), b = downBlock(yw, sums, 4 * i + 8);
+            const __m256 c = downBlock(yw, sums, 4 * i + 16), e = downBlock(yw, sums, 4 * i + 24);
+            if (whole)
+                storeEight<C, true>(d, a, b, c, e, minV, maxV);
+            else
+                storeEight<C, false>(d, a, b, c, e, minV, maxV);
             i += 8, d += 32;
             continue;
         }
