@@ -331,9 +331,18 @@ MIRREL_AVX2_INLINE bool spanFromRows(const RenderSettings* s, const Source<C>& s
                 if (!(i >= runFrom && i + 2 <= runTo) && !pairInside(i)) continue;
                 __m256 xw[4];
                 pairWeights(lut, wrow[i], wrow[i + 1], xw);
-                _mm256_storeu_ps(
-                    out + 4 * i,
-                    rowSum<C, Packed>(xw, src.at(cols[i], r), src.at(cols[i + 1], r), ps, packed));
+                const C* a = src.at(cols[i], r);
+                if (isFloat<C> && ps == 4 && cols[i + 1] == cols[i] + 1) {
+                    // Float pixels side by side: a column of both pixels is one load.
+                    const __m256 p[4] = {_mm256_loadu_ps(reinterpret_cast<const float*>(a)),
+                                         _mm256_loadu_ps(reinterpret_cast<const float*>(a + 4)),
+                                         _mm256_loadu_ps(reinterpret_cast<const float*>(a + 8)),
+                                         _mm256_loadu_ps(reinterpret_cast<const float*>(a + 12))};
+                    _mm256_storeu_ps(out + 4 * i, weightedSum(xw, p));
+                    continue;
+                }
+                _mm256_storeu_ps(out + 4 * i,
+                                 rowSum<C, Packed>(xw, a, src.at(cols[i + 1], r), ps, packed));
             }
             cache.rows[slot] = r;
             cache.filled[slot] = n;
