@@ -11,6 +11,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <optional>
 
 namespace core_transform_detail {
 
@@ -143,6 +144,127 @@ template <class C> class RowCache {
     Cubic4x4RowCache m_cache;
 };
 
+// The clear of the destination left to the end of the transform and done there only where no
+// span wrote: spans of four channels overwrite every byte of their pixels and read none of the
+// destination, so the outcome is that of a clear before them. Each row holds up to kHeld
+// stretches written or cleared, in order; a span that would make one more first clears the
+// narrowest gap between two, where nothing can have been written yet. Rows are found from the
+// spans' addresses; a span that cannot be placed, or no memory for the rows, and all is cleared
+// that no span wrote, as it stands, and the watch stops.
+class DeferredClear {
+  public:
+    static constexpr int kHeld = 3;
+
+    DeferredClear(const PluginHost_API::RasterInfo& d, bool watch) : m_d(d) {
+        if (watch && d.rowBytes != 0 && d.height > 0)
+            m_rows.reset(new (std::nothrow) Row[std::size_t(d.height)]());
+        if (!m_rows) settle();
+    }
+    DeferredClear(const DeferredClear&) = delete;
+    DeferredClear& operator=(const DeferredClear&) = delete;
+    ~DeferredClear() { settle(); }
+
+    bool watching() const { return bool(m_rows); }
+
+    // Before a span of `count` pixels writes from `at`.
+    void willWrite(const unsigned char* at, int count) {
+        if (!m_rows || count <= 0) return;
+        const std::ptrdiff_t off = at - static_cast<const unsigned char*>(m_d.data);
+        const std::ptrdiff_t rb = m_d.rowBytes, step = rb > 0 ? rb : -rb;
+        const std::ptrdiff_t q = off >= 0 ? off / step : -((-off + step - 1) / step);
+        const std::ptrdiff_t y = rb > 0 ? q : -q, x = off - y * rb;
+        if (y < 0 || y >= m_d.height || x % m_d.pixelBytes != 0 ||
+            x / m_d.pixelBytes + count > m_d.width) {
+            settle();
+            return;
+        }
+        add(m_rows[y], int(y), int(x / m_d.pixelBytes), int(x / m_d.pixelBytes) + count);
+    }
+
+    // Clears every pixel no span wrote, once; the watch stops.
+    void settle() {
+        if (m_settled) return;
+        m_settled = true;
+        for (int y = 0; y < m_d.height; ++y) {
+            const Row empty{};
+            const Row& r = m_rows ? m_rows[y] : empty;
+            int from = 0;
+            for (int k = 0; k < r.n; ++k) {
+                clear(y, from, r.at[k][0]);
+                from = r.at[k][1];
+            }
+            clear(y, from, m_d.width);
+        }
+        m_rows.reset();
+    }
+
+  private:
+    struct Row {
+        int n = 0;
+        int at[kHeld + 1][2]; // stretches [begin, end), apart and in order
+    };
+
+    void clear(int y, int from, int to) {
+        if (to > from)
+            std::memset(m_d.row(y) + std::ptrdiff_t(from) * m_d.pixelBytes, 0,
+                        std::size_t(to - from) * m_d.pixelBytes);
+    }
+
+    void add(Row& r, int y, int begin, int end) {
+        // Stretches touching or overlapping [begin, end) merge with it.
+        int k = 0;
+        while (k < r.n && r.at[k][1] < begin) ++k;
+        int last = k;
+        while (last < r.n && r.at[last][0] <= end) {
+            begin = std::min(begin, r.at[last][0]);
+            end = std::max(end, r.at[last][1]);
+            ++last;
+        }
+        const int merged = last - k;
+        std::memmove(r.at[k + 1], r.at[last], sizeof(r.at[0]) * std::size_t(r.n - last));
+        r.n += 1 - merged;
+        r.at[k][0] = begin, r.at[k][1] = end;
+        if (r.n <= kHeld) return;
+        int narrow = 0;
+        for (int g = 1; g + 1 < r.n; ++g)
+            if (r.at[g + 1][0] - r.at[g][1] < r.at[narrow + 1][0] - r.at[narrow][1]) narrow = g;
+        clear(y, r.at[narrow][1], r.at[narrow + 1][0]);
+        r.at[narrow][1] = r.at[narrow + 1][1];
+        std::memmove(r.at[narrow + 1], r.at[narrow + 2],
+                     sizeof(r.at[0]) * std::size_t(r.n - narrow - 2));
+        --r.n;
+    }
+
+    const PluginHost_API::RasterInfo& m_d;
+    std::unique_ptr<Row[]> m_rows;
+    bool m_settled = false;
+};
+
+// The call-back the scan sees while the clear is deferred: the span's pixels are noted, then the
+// sampler `Which` draws them.
+template <LineFunction RenderSettings::*Which>
+int watchedSpan(void* settings, LineRenderStruct* line) {
+    RenderSettings& s = *static_cast<RenderSettings*>(settings);
+    static_cast<DeferredClear*>(s.spanWatch)
+        ->willWrite(line->dest + std::ptrdiff_t(line->leftCount) * s.srcPixelBytes, line->count);
+    return (s.*Which)(settings, line);
+}
+
+// Whether the bytes of two rasters meet.
+inline bool overlap(const PluginHost_API::RasterInfo& a, const PluginHost_API::RasterInfo& b) {
+    auto range = [](const PluginHost_API::RasterInfo& r, const unsigned char*& lo,
+                    const unsigned char*& hi) {
+        const unsigned char* first = r.row(0);
+        const unsigned char* last = r.row(r.height > 0 ? r.height - 1 : 0);
+        lo = std::min(first, last);
+        hi = std::max(first, last) + std::ptrdiff_t(r.width) * r.pixelBytes;
+    };
+    const unsigned char *aLo, *aHi, *bLo, *bHi;
+    range(a, aLo, aHi);
+    range(b, bLo, bHi);
+    return aLo < bHi && bLo < aHi;
+}
+
 } // namespace core_transform_detail
 
 template <class PIXEL, class C, class ACC, class V, class FORMAT>
@@ -178,10 +300,14 @@ int coreTransformRender(PIXEL, C, ACC, V, FORMAT, PluginHost_API* host, CoreRend
     const TX_IRect dstWin =
         given ? given->dstRect : TX_IRect(0, 0, destination.width - 1, destination.height - 1);
 
-    if (clearDest && !s.rowsRead) {
-        const std::size_t rowLength = std::size_t(destination.width) * destination.pixelBytes;
-        for (int y = 0; y < destination.height; ++y) std::memset(destination.row(y), 0, rowLength);
-    }
+    // Samplers of four channels that fill whole pixels of a raster of their own leave the clear
+    // to the end, where they did not write.
+    std::optional<DeferredClear> clear;
+    if (clearDest && !s.rowsRead)
+        clear.emplace(destination, !singleChannel && !fillPolygon &&
+                                       source.pixelBytes == destination.pixelBytes &&
+                                       destination.pixelBytes == 4 * int(sizeof(C)) &&
+                                       !overlap(source, destination));
 
     s.outputWidth = s.width = host->getOutputWidth();
     s.outputHeight = s.height = host->getOutputHeight();
@@ -284,6 +410,15 @@ int coreTransformRender(PIXEL, C, ACC, V, FORMAT, PluginHost_API* host, CoreRend
     poly.m_lineData = s.lineData;
     poly.m_edgeFunction = s.rowsRead && s.edgeFunction ? &recordRowsRead : s.edgeFunction;
     poly.m_userData = &s;
+    struct Unwatch {
+        RenderSettings& s;
+        ~Unwatch() { s.spanWatch = nullptr; }
+    } unwatch{s};
+    if (clear && clear->watching()) {
+        s.spanWatch = &*clear;
+        poly.m_lineFunction = &watchedSpan<&RenderSettings::lineFunction>;
+        if (s.edgeFunction) poly.m_edgeFunction = &watchedSpan<&RenderSettings::edgeFunction>;
+    }
 
     if (s.interpMode >= 1 && s.interpMode <= 3) {
         poly.polyAreaScan(&window, window.x0, window.y0, window.x1, window.y1);

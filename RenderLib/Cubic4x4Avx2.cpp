@@ -124,6 +124,58 @@ template <class C> MIRREL_AVX2_INLINE void storePair(C* d, __m256 v, __m256i min
     }
 }
 
+// Down the block: the row sums of two pixels, from float `at` of each of the four rows.
+MIRREL_AVX2_INLINE __m256 downBlock(const __m256* yw, const float* const* sums, int at) {
+    const __m256 rows[4] = {_mm256_loadu_ps(sums[0] + at), _mm256_loadu_ps(sums[1] + at),
+                            _mm256_loadu_ps(sums[2] + at), _mm256_loadu_ps(sums[3] + at)};
+    return weightedSum(yw, rows);
+}
+
+// Rounds and clamps one register of two pixels, the channels wrapped into the channel type;
+// Whole leaves the clamp to the packs that follow.
+template <class C, bool Whole = false>
+MIRREL_AVX2_INLINE __m256i roundPair(__m256 v, __m256i minV, __m256i maxV) {
+    const __m256i i = _mm256_cvttps_epi32(_mm256_add_ps(v, _mm256_set1_ps(0.5f)));
+    if constexpr (Whole) return i;
+    return _mm256_and_si256(_mm256_min_epi32(_mm256_max_epi32(i, minV), maxV),
+                            _mm256_set1_epi32(sizeof(C) == 1 ? 0xFF : 0xFFFF));
+}
+
+// Rounds, clamps and stores pixels 0 to 7, two a register in order (a, b, c, e), at once. Where
+// the range is the channel type's whole range (Whole), the saturating packs are the clamp: the
+// signed one brings every integer, the out-of-range one included, within the 16-bit range, and
+// the unsigned one to the channel's.
+template <class C, bool Whole>
+MIRREL_AVX2_INLINE void storeEight(C* d, __m256 a, __m256 b, __m256 c, __m256 e, __m256i minV,
+                                   __m256i maxV) {
+    if constexpr (isFloat<C>) {
+        _mm256_storeu_ps(d, a), _mm256_storeu_ps(d + 8, b);
+        _mm256_storeu_ps(d + 16, c), _mm256_storeu_ps(d + 24, e);
+    } else {
+        // Lane by lane the packs interleave the registers: pixels 0 2 | 1 3 and 4 6 | 5 7.
+        const __m256i low = sizeof(C) == 1 && Whole
+                                ? _mm256_packs_epi32(roundPair<C, Whole>(a, minV, maxV),
+                                                     roundPair<C, Whole>(b, minV, maxV))
+                                : _mm256_packus_epi32(roundPair<C, Whole>(a, minV, maxV),
+                                                      roundPair<C, Whole>(b, minV, maxV));
+        const __m256i high = sizeof(C) == 1 && Whole
+                                 ? _mm256_packs_epi32(roundPair<C, Whole>(c, minV, maxV),
+                                                      roundPair<C, Whole>(e, minV, maxV))
+                                 : _mm256_packus_epi32(roundPair<C, Whole>(c, minV, maxV),
+                                                       roundPair<C, Whole>(e, minV, maxV));
+        if constexpr (sizeof(C) == 1) {
+            const __m256i bytes = _mm256_packus_epi16(low, high); // 0 2 4 6 | 1 3 5 7
+            _mm256_storeu_si256(
+                reinterpret_cast<__m256i*>(d),
+                _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7)));
+        } else {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), _mm256_permute4x64_epi64(low, 0xD8));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + 16),
+                                _mm256_permute4x64_epi64(high, 0xD8));
+        }
+    }
+}
+
 // The first block column and the weight row of each pixel of the span, four pixels a time: x as
 // SpanCoords::at works it out, in the same double operations, and the column and row as the
 // portable pixel takes them. True where there were entries and the first cache.count came out as
@@ -234,15 +286,26 @@ MIRREL_AVX2_INLINE bool spanFromRows(const RenderSettings* s, const Source<C>& s
         // The summed rows stay good where the columns and weights they were summed with come
         // out the same, as they mostly do when u moves by a rounding from row to row.
         const bool same = refillColumns(co, n, src, cache);
+        const int oldCount = cache.count;
         cache.u = co.u, cache.du = co.du, cache.q = co.q, cache.dq = co.dq;
         if (!same)
             for (int k = 0; k < Cache::kRows; ++k) cache.rows[k] = Cache::kOutside;
         for (int k = 0; k < Cache::kRows; ++k)
             cache.filled[k] = same ? std::min(cache.filled[k], cache.count) : 0;
         cache.count = n;
+        if (!same || n > oldCount) {
+            // The longest stretch of pixels inside from the first one inside; x runs one way along
+            // a span, so it is mostly all of them.
+            int from = 0;
+            while (from < n && cache.firstColumns[from] == Cache::kOutside) ++from;
+            int to = from;
+            while (to < n && cache.firstColumns[to] != Cache::kOutside) ++to;
+            cache.runFrom = from, cache.runTo = to;
+        }
     }
     const int* cols = cache.firstColumns;
     const int* wrow = cache.weightRows;
+    const int runFrom = cache.runFrom, runTo = std::min(cache.runTo, n);
     auto pairInside = [&](int i) {
         return cols[i] != Cache::kOutside && cols[i + 1] != Cache::kOutside;
     };
@@ -265,12 +328,21 @@ MIRREL_AVX2_INLINE bool spanFromRows(const RenderSettings* s, const Source<C>& s
                 }
             float* out = cache.sums + std::size_t(slot) * 4 * cache.capacity;
             for (int i = 0; i + 1 < n; i += 2) {
-                if (!pairInside(i)) continue;
+                if (!(i >= runFrom && i + 2 <= runTo) && !pairInside(i)) continue;
                 __m256 xw[4];
                 pairWeights(lut, wrow[i], wrow[i + 1], xw);
-                _mm256_storeu_ps(
-                    out + 4 * i,
-                    rowSum<C, Packed>(xw, src.at(cols[i], r), src.at(cols[i + 1], r), ps, packed));
+                const C* a = src.at(cols[i], r);
+                if (isFloat<C> && ps == 4 && cols[i + 1] == cols[i] + 1) {
+                    // Float pixels side by side: a column of both pixels is one load.
+                    const __m256 p[4] = {_mm256_loadu_ps(reinterpret_cast<const float*>(a)),
+                                         _mm256_loadu_ps(reinterpret_cast<const float*>(a + 4)),
+                                         _mm256_loadu_ps(reinterpret_cast<const float*>(a + 8)),
+                                         _mm256_loadu_ps(reinterpret_cast<const float*>(a + 12))};
+                    _mm256_storeu_ps(out + 4 * i, weightedSum(xw, p));
+                    continue;
+                }
+                _mm256_storeu_ps(out + 4 * i,
+                                 rowSum<C, Packed>(xw, a, src.at(cols[i + 1], r), ps, packed));
             }
             cache.rows[slot] = r;
             cache.filled[slot] = n;
@@ -283,16 +355,26 @@ MIRREL_AVX2_INLINE bool spanFromRows(const RenderSettings* s, const Source<C>& s
     __m256 yw[4];
     pairWeights(lut, wyRow, wyRow, yw);
     const __m256i minV = _mm256_set1_epi32(s->minValue), maxV = _mm256_set1_epi32(s->maxValue);
+    const bool whole = s->minValue == 0 && s->maxValue == (sizeof(C) == 1 ? 0xFF : 0xFFFF);
     int i = 0;
-    for (; i + 1 < n; i += 2, d += 8) {
+    while (i + 1 < n) {
+        if (i >= runFrom && i + 8 <= runTo) {
+            const __m256 a = downBlock(yw, sums, 4 * i), b = downBlock(yw, sums, 4 * i + 8);
+            const __m256 c = downBlock(yw, sums, 4 * i + 16), e = downBlock(yw, sums, 4 * i + 24);
+            if (whole)
+                storeEight<C, true>(d, a, b, c, e, minV, maxV);
+            else
+                storeEight<C, false>(d, a, b, c, e, minV, maxV);
+            i += 8, d += 32;
+            continue;
+        }
         if (!pairInside(i)) {
             cubic4x4Pixel<C, 4>(s, src, co, i, d);
             cubic4x4Pixel<C, 4>(s, src, co, i + 1, d + 4);
-            continue;
+        } else {
+            storePair(d, downBlock(yw, sums, 4 * i), minV, maxV);
         }
-        const __m256 rows[4] = {_mm256_loadu_ps(sums[0] + 4 * i), _mm256_loadu_ps(sums[1] + 4 * i),
-                                _mm256_loadu_ps(sums[2] + 4 * i), _mm256_loadu_ps(sums[3] + 4 * i)};
-        storePair(d, weightedSum(yw, rows), minV, maxV);
+        i += 2, d += 8;
     }
     if (i < n) cubic4x4Pixel<C, 4>(s, src, co, i, d);
     return true;

@@ -302,6 +302,7 @@ struct Cubic4x4RowCache {
     int* weightRows = nullptr;           // per pixel: row of the weight table
     double u = 0, du = 0, q = 0, dq = 0; // the spans the columns belong to
     int count = 0;                       // pixels worked out; 0 when none
+    int runFrom = 0, runTo = 0;          // pixels [runFrom, runTo) all inside
     int rows[kRows];                     // source row whose sums each slot holds
     int filled[kRows];                   // pixels of that row summed
 
@@ -315,6 +316,7 @@ struct Cubic4x4RowCache {
         firstColumns = reinterpret_cast<int*>(sums + std::size_t(kRows) * 4 * pixels);
         weightRows = firstColumns + pixels;
         count = 0;
+        runFrom = runTo = 0;
         for (int k = 0; k < kRows; ++k) rows[k] = kOutside, filled[k] = 0;
     }
 };

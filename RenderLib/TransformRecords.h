@@ -121,6 +121,7 @@ struct RenderSettings {
     TX_Point2D secondCorners[4];
     double srcQuadStored[4][2] = {};
     int alphaIndex = 0;
+    void* spanWatch = nullptr; // the transform's own, while it watches where spans write
     double ssWeights[9] = {1.0 / 9.0, 1.0 / 9.0, 1.0 / 9.0, 1.0 / 9.0, 1.0 / 9.0,
                            1.0 / 9.0, 1.0 / 9.0, 1.0 / 9.0, 1.0 / 9.0};
     double ssOffsetX[9] = {-1 / 3.0, 0.0, 1 / 3.0, -1 / 3.0, 0.0, 1 / 3.0, -1 / 3.0, 0.0, 1 / 3.0};

@@ -1,10 +1,13 @@
 #include "RenderLib/CommonRender.h"
+#include "RenderLib/CoreTransformRender.h"
 #include "support/MemoryHost.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstring>
+#include <random>
+#include <vector>
 
 namespace {
 
@@ -281,6 +284,42 @@ TEST(CoreTransformRender, FillAndClampUseTheFormatsFullScale) {
         fillPoly.run(src, dst, true, true);
         EXPECT_EQ(channel(dst, 20, 20, alpha), full);
         EXPECT_EQ(channel(dst, 20, 20, alpha ^ 1), 0);
+    }
+}
+
+// The clear left to the end against a clear before the spans: rows top-down and bottom-up with
+// padding past them (never touched), spans in any order, overlapping, empty, more to a row than
+// are held, and in the last rounds one that lies outside, which ends the watch midway.
+TEST(CoreTransformRender, ClearLeftToTheEndEqualsAClearFirst) {
+    std::mt19937 rng(5);
+    for (int round = 0; round < 60; ++round) {
+        const int w = 1 + int(rng() % 16), h = 1 + int(rng() % 2), rowBytes = 4 * w + 8;
+        std::vector<unsigned char> a(std::size_t(rowBytes) * h), b;
+        for (auto& v : a) v = (unsigned char)(rng() | 1);
+        b = a;
+        auto raster = [&](std::vector<unsigned char>& m) {
+            PluginRasterInfo r;
+            r.width = w, r.height = h, r.pixelBytes = 4;
+            r.rowBytes = round % 2 ? -rowBytes : rowBytes;
+            r.data = m.data() + (round % 2 ? std::ptrdiff_t(h - 1) * rowBytes : 0);
+            return r;
+        };
+        const PluginRasterInfo ra = raster(a), rb = raster(b);
+        for (int y = 0; y < h; ++y) std::memset(ra.row(y), 0, std::size_t(w) * 4);
+        {
+            core_transform_detail::DeferredClear clear(rb, true);
+            for (int k = 0, n = int(rng() % 24); k < n; ++k) {
+                const int y = int(rng() % h), x = int(rng() % w);
+                const int count = std::min(int(rng() % 3) - (k % 6 == 0), w - x);
+                const bool outside = round >= 50 && k == n / 2;
+                clear.willWrite(rb.row(y) + 4 * (outside ? w : x), count + outside);
+                for (int i = 0; i < count; ++i)
+                    for (int c = 0; c < 4; ++c)
+                        ra.row(y)[4 * (x + i) + c] = rb.row(y)[4 * (x + i) + c] =
+                            (unsigned char)(2 * k + 2);
+            }
+        }
+        ASSERT_EQ(a, b) << "round " << round;
     }
 }
 

@@ -104,6 +104,8 @@ template <class C> void compareRows(unsigned seed) {
             line.dv = 1e-9 * line.q;
         }
         line.count = k % 7 == 0 ? 13 : (k % 11 == 0 ? 47 : 44);
+        // Every fourth row clamps below the channel type's full scale, as the deep formats do.
+        if (!std::is_floating_point_v<C>) s.maxValue = k % 4 == 3 ? 200 : int(C(-1));
         std::vector<C> a(std::size_t(capacity) * 4, C(7)), b = a;
         LineRenderStruct la = line, lb = line;
         la.dest = reinterpret_cast<unsigned char*>(a.data());
