@@ -46,43 +46,47 @@ template <class C> inline C blendChannel(C a, float fa, C b, float fb) {
         return C(int(float(a) * fa + float(b) * fb + 0.5f));
 }
 
-// Every channel value finite, below 2^100 in size, and no zero negative (float pictures). Read
-// by bit pattern, four values a vector where the build has SSE2: below 2^100 in size is a
-// magnitude pattern below 2^100's (NaN and infinity lie above it), a negative zero the sign bit
-// alone.
+// Every channel value of a float row finite, below 2^100 in size, and no zero negative. Read by
+// bit pattern, four values a vector where the build has SSE2: below 2^100 in size is a magnitude
+// pattern below 2^100's (NaN and infinity lie above it), a negative zero the sign bit alone.
+inline bool rowIsFiniteAndKeepsSigns(float const* values, int count) {
+    std::uint32_t const limit = 0x71800000u; // 2^100
+    std::uint32_t const negativeZero = 0x80000000u;
+    auto const* row = reinterpret_cast<unsigned char const*>(values);
+    int i = 0;
+    bool ok = true;
+#if defined(__SSE2__)
+    __m128i const magnitude = _mm_set1_epi32(0x7fffffff);
+    __m128i const limitV = _mm_set1_epi32(int(limit));
+    __m128i const negativeZeroV = _mm_set1_epi32(int(negativeZero));
+    __m128i bad = _mm_setzero_si128();
+    for (; i + 4 <= count; i += 4) {
+        __m128i const b =
+            _mm_loadu_si128(reinterpret_cast<__m128i const*>(row + 4 * std::size_t(i)));
+        // Magnitudes fit 31 bits, so the signed compare orders them.
+        bad = _mm_or_si128(bad, _mm_cmpgt_epi32(_mm_and_si128(b, magnitude),
+                                                _mm_sub_epi32(limitV, _mm_set1_epi32(1))));
+        bad = _mm_or_si128(bad, _mm_cmpeq_epi32(b, negativeZeroV));
+    }
+    ok = _mm_movemask_epi8(bad) == 0;
+#endif
+    for (; i < count; ++i) {
+        std::uint32_t b;
+        std::memcpy(&b, row + 4 * std::size_t(i), 4);
+        ok &= (b & 0x7fffffffu) < limit && b != negativeZero;
+    }
+    return ok;
+}
+
+// The same over a whole picture (float pictures; false for any other).
 template <class C> bool meanOfAnyIsFiniteAndKeepsSigns(PluginRasterInfo const& raster) {
     if constexpr (!std::is_floating_point_v<C> || sizeof(C) != 4) {
         return false;
     } else {
-        std::uint32_t const limit = 0x71800000u; // 2^100
-        std::uint32_t const negativeZero = 0x80000000u;
-        int const values = raster.width * 4;
-        for (int y = 0; y < raster.height; ++y) {
-            auto const* row = reinterpret_cast<unsigned char const*>(raster.row(y));
-            int i = 0;
-            bool ok = true;
-#if defined(__SSE2__)
-            __m128i const magnitude = _mm_set1_epi32(0x7fffffff);
-            __m128i const limitV = _mm_set1_epi32(int(limit));
-            __m128i const negativeZeroV = _mm_set1_epi32(int(negativeZero));
-            __m128i bad = _mm_setzero_si128();
-            for (; i + 4 <= values; i += 4) {
-                __m128i const b =
-                    _mm_loadu_si128(reinterpret_cast<__m128i const*>(row + 4 * std::size_t(i)));
-                // Magnitudes fit 31 bits, so the signed compare orders them.
-                bad = _mm_or_si128(bad, _mm_cmpgt_epi32(_mm_and_si128(b, magnitude),
-                                                        _mm_sub_epi32(limitV, _mm_set1_epi32(1))));
-                bad = _mm_or_si128(bad, _mm_cmpeq_epi32(b, negativeZeroV));
-            }
-            ok = _mm_movemask_epi8(bad) == 0;
-#endif
-            for (; i < values; ++i) {
-                std::uint32_t b;
-                std::memcpy(&b, row + 4 * std::size_t(i), 4);
-                ok &= (b & 0x7fffffffu) < limit && b != negativeZero;
-            }
-            if (!ok) return false;
-        }
+        for (int y = 0; y < raster.height; ++y)
+            if (!rowIsFiniteAndKeepsSigns(reinterpret_cast<float const*>(raster.row(y)),
+                                          raster.width * 4))
+                return false;
         return true;
     }
 }
@@ -128,7 +132,8 @@ int Internal_BlurFilter_RGBA(P p, C c, A a, V v, F f, PluginHost_API* host,
 // Blur at a fractional radius: the blurs at floor(radius) and one more, mixed by the fraction.
 template <class P, class C, class A, class V, class F>
 int BlurFilter_RGBA(P p, C c, A a, V v, F f, PluginHost_API* host, PluginRasterInfo& raster,
-                    double radius, double aspect, bool progressive, int mode, bool alphaOnly) {
+                    double radius, double aspect, bool progressive, int mode, bool alphaOnly,
+                    bool knownFinite = false) {
     // A NaN radius blurs nothing (its blend weights would be NaN).
     if (std::isnan(radius)) return 0;
     int const r0 = blur_detail::truncToInt(std::floor(radius));
@@ -160,8 +165,9 @@ int BlurFilter_RGBA(P p, C c, A a, V v, F f, PluginHost_API* host, PluginRasterI
         // d * 0 + s, d being the radius-1 blur. That is s wherever d is finite and s is not -0;
         // d, a weighted mean of the picture, is finite when every value is finite and below
         // 2^100 in size. Such a picture is left as it is, without the blurs and the blend.
+        // `knownFinite` says the caller has seen every value so.
         if (std::is_floating_point_v<C> && !alphaOnly && r0 == 0 && frac == 0.0f &&
-            blur_detail::meanOfAnyIsFiniteAndKeepsSigns<C>(raster))
+            (knownFinite || blur_detail::meanOfAnyIsFiniteAndKeepsSigns<C>(raster)))
             return 0;
         std::size_t const rowCopy =
             std::size_t(std::min(std::abs(raster.rowBytes), std::abs(scratch.info.rowBytes)));

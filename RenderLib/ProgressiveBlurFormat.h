@@ -82,30 +82,47 @@ template <class C> void scaleRow(C* row, int values, float f) {
 
 // Fades the picture out with the distance from the last row: rows nearer than fadeStart percent
 // stay, rows beyond fadeStart + fadeLength percent turn to zero, rows between are scaled.
-// fadeType 0 linear, 1 square, 2 inverse square (square root of the linear factor).
+// fadeType 0 linear, 1 square, 2 inverse square (square root of the linear factor). With
+// `finite` (float pictures), it also tells whether every value afterwards is finite, below 2^100
+// in size and no negative zero, looked at row by row while the row is in cache.
 template <class C, int N>
-void fadeRows(PluginRasterInfo& raster, float fadeStart, float fadeLength, int fadeType) {
+void fadeRows(PluginRasterInfo& raster, float fadeStart, float fadeLength, int fadeType,
+              bool* finite = nullptr) {
+    if (finite) *finite = false;
     if (!raster.data) return;
+    bool ok = finite != nullptr;
+    auto look = [&](C const* row) {
+        if constexpr (std::is_same_v<C, float>)
+            if (ok) ok = rowIsFiniteAndKeepsSigns(row, raster.width * N);
+    };
     float const s = float(double(fadeStart) * 0.01);
     float const e = float(double(fadeStart + fadeLength) * 0.01);
     int const h = raster.height;
     int const values = raster.width * N;
     for (int n = 0; n < h; ++n) {
         float const t = 1.0f - float(n) * (1.0f / float(h - 1));
-        if (s >= t) continue;
         C* row = reinterpret_cast<C*>(raster.row(n));
+        if (s >= t) {
+            look(row);
+            continue;
+        }
         if (t >= e) {
             std::memset(row, 0, std::size_t(values) * sizeof(C));
             continue;
         }
-        if (std::fabs(double(e - s)) < 1e-5) continue;
+        if (std::fabs(double(e - s)) < 1e-5) {
+            look(row);
+            continue;
+        }
         float f = 1.0f - (t - s) / (e - s);
         if (fadeType == kFadeSquare)
             f = f * f;
         else if (fadeType == kFadeInverseSquare)
             f = std::sqrt(f);
         scaleRow(row, values, f);
+        look(row);
     }
+    if (finite) *finite = ok;
 }
 
 // Radius of the progressive modes: radius is softness over the picture's height times two, so
@@ -135,15 +152,20 @@ int progressiveBlurFormat(P p, C c, A a, V v, F f, PluginHost_API* host, TX_Line
                                    mode == kSoftnessUniformAlpha);
         return BlurFilter_A(p, c, a, v, f, host, *raster, radius, aspect, false, 0);
     }
+    double const R = blur_detail::computedRadius(host, radius, *raster);
+    // A float picture blurred at radius 0 is left as it is when every value is finite: the fade
+    // looks at each row as it goes, sparing the blur a pass over the whole picture to find out.
+    bool const look = std::is_same_v<C, float> && !alphaOnly && mode != kSoftnessMipMap && R == 0.0;
+    bool finite = false;
     if (alphaOnly)
         blur_detail::fadeRows<C, 1>(*raster, fadeStart, fadeLength, fadeType);
     else
-        blur_detail::fadeRows<C, 4>(*raster, fadeStart, fadeLength, fadeType);
+        blur_detail::fadeRows<C, 4>(*raster, fadeStart, fadeLength, fadeType,
+                                    look ? &finite : nullptr);
     if (mode == kSoftnessMipMap) {
         if (alphaOnly) return blur_detail::mipMapBlur<P, 1>(host, line, radius, raster);
         return progressiveBlur_RGBA(p, c, a, v, f, host, line, radius, raster);
     }
-    double const R = blur_detail::computedRadius(host, radius, *raster);
     if (alphaOnly) return BlurFilter_A(p, c, a, v, f, host, *raster, R, aspect, true, mode);
-    return BlurFilter_RGBA(p, c, a, v, f, host, *raster, R, aspect, true, mode, false);
+    return BlurFilter_RGBA(p, c, a, v, f, host, *raster, R, aspect, true, mode, false, finite);
 }

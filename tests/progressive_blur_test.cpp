@@ -1,6 +1,7 @@
 #include "RenderLib/BlurFilter.h"
 #include "RenderLib/MipMapBlur.h"
 #include "RenderLib/ProgressiveBlur.h"
+#include "RenderLib/ProgressiveBlurFormat.h"
 #include "support/MemoryHost.h"
 
 #include <gtest/gtest.h>
@@ -75,6 +76,22 @@ TEST(ProgressiveBlur, FloatRadiusZeroReachesOtherRowsFromAnAspectOf2) {
                 othersChanged +=
                     y != 6 && std::memcmp(p.img.info.row(y), ref.img.info.row(y), 9 * 16) != 0;
             EXPECT_EQ(othersChanged > 0, aspect >= 2.0f) << mode << " " << aspect;
+        }
+}
+
+// At radius 0 the fade tells the blur whether a float picture is all finite: the answer must be
+// the blur's own, whether the odd value sits in a row the fade clears, scales or leaves.
+TEST(ProgressiveBlur, FloatRadiusZeroFadeSeesWhatTheBlurWouldSee) {
+    for (float odd : {INFINITY, NAN, -0.0f, 1e31f})
+        for (int y : {0, 5, 11}) {
+            Picture p(RF_RGBA32, 9, 12), ref(RF_RGBA32, 9, 12);
+            p.img.pixel<float>(4, y)[1] = ref.img.pixel<float>(4, y)[1] = odd;
+            ASSERT_EQ(p.run(0.0f, 2.0f, 10.0f, 70.0f, 0, kSoftnessProgressiveLinear), 0);
+            blur_detail::fadeRows<float, 4>(ref.img.info, 10.0f, 70.0f, 0);
+            BlurFilter_RGBA(PIXEL_VALUES(PIXEL_RGBA32), &ref.host, ref.img.info, 0.0, 2.0, true,
+                            kSoftnessProgressiveLinear, false);
+            EXPECT_EQ(std::memcmp(p.img.info.data, ref.img.info.data, ref.img.storage.size()), 0)
+                << odd << " in row " << y;
         }
 }
 
