@@ -156,8 +156,8 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
     sourceView.data = frame.sourceInfo.data;
     sourceView.rowBytes = frame.sourceInfo.rowBytes;
     // One unbent sample is drawn in the output's rows themselves when they hold the frame: the
-    // one stage that may fill the output on the way does so before anything is drawn, when the
-    // cleared result holds the same zeros, so the copy out would change nothing. One bent sample
+    // one stage that may fill the output on the way does so before anything is drawn, having
+    // cleared it as the result would be, so the copy out would change nothing. One bent sample
     // is merged into them, and blurred there; the copy out is left for when it fails before.
     PluginHost_API::RasterInfo outputView = result;
     bool const outputFits = !shutter.multiSampling && frame.outputInfo.width == W &&
@@ -259,9 +259,6 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
                 continue;
             }
             averageRun();
-            clearRows(sampleResult);
-        } else {
-            clearRows(sampleResult);
         }
 
         SampleSettings const sample{.softness = w.softness,
@@ -280,7 +277,7 @@ int MirrelDrive(P p, C c, A a, V v, F f, PluginHost_API* host, MirrelFrame& fram
                                     .seamSize = args.seamSize,
                                     .seamIntensity = w.seamIntensity,
                                     .seamColor = seamColor,
-                                    .destinationClear = true,
+                                    .clearDestination = true,
                                     .mergeInto = mergeOut ? &outputView : nullptr,
                                     .merged = &merged};
         // The render only reads its source: every sample reads the working copy.

@@ -94,6 +94,8 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
     bool const later = bendPass > 1;
     int status = 0;
     ScratchBlock flatMemory(host);
+    // Until the drawing that clears the destination has begun, a failure clears it whole.
+    bool clearOnFailure = bendPass == 0 && sample.clearDestination;
     try {
         CoreRenderArguments A = arguments;
         // The flat image's baseline and the proxy scale, for the flat-image stages.
@@ -106,6 +108,7 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
         if (reuse) flat = carry->info;
         if (!later && !reuse &&
             !flatMemory.allocImage(flat, destination.format, W, H, pixelBytes)) {
+            if (clearOnFailure) clearRows(destination);
             host->fillOutput();
             return 1;
         }
@@ -203,11 +206,13 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
 
         B.transformType = 2;
         if (later) flat = source;
-        bool const clear = !(bendPass == 0 && sample.destinationClear);
-        if (CommonRender_CoreTransformRender(host, B, flat, destination, clear,
-                                             sample.singleChannel, &second, true, later) != 0)
+        // The transform leaves every pixel it does not draw cleared, whichever way it ends.
+        clearOnFailure = false;
+        if (CommonRender_CoreTransformRender(host, B, flat, destination, true, sample.singleChannel,
+                                             &second, true, later) != 0)
             copyRows(flat, destination, std::size_t(pixelBytes) * W, H);
     } catch (...) {
+        if (clearOnFailure) clearRows(destination);
         status = 1;
     }
     return status;
@@ -251,7 +256,15 @@ int QuadToQuadRender(P p, C c, A a, V v, F f, PluginHost_API* host,
         return block.held();
     };
 
-    if (!take(temps.bent, bent)) {
+    bool held = false;
+    try {
+        held = take(temps.bent, bent);
+    } catch (...) {
+        if (sample.clearDestination) clearRows(destination);
+        throw;
+    }
+    if (!held) {
+        if (sample.clearDestination) clearRows(destination);
         host->fillOutput();
         return 1;
     }

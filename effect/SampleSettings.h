@@ -21,8 +21,9 @@ struct SampleSettings {
     double seamIntensity = 0.0;        // percent
     double const* seamColor = nullptr; // red, green, blue, 0 to 1
     bool singleChannel = false;        // handed to both transforms
-    // The destination holds only zeros on arrival, so drawing the unbent image need not clear it.
-    bool destinationClear = false;
+    // The destination arrives uncleared and is to be left defined on every way out: cleared
+    // where the unbent drawing does not draw, and wholly when a failure comes before it.
+    bool clearDestination = false;
     // With a bend, where the merged picture goes instead of back into the destination, which then
     // keeps the unbent one; `merged` is set once it has gone there.
     PluginRasterInfo const* mergeInto = nullptr;

@@ -257,6 +257,17 @@ TEST(MirrorFrame, EveryScratchFailureReleasesEverything) {
                 EXPECT_TRUE(n > 4 || f.out(x, kH - 2)[3] == 0.0) << n;
             }
         }
+    // Unbent samples drawn in a scratch picture: a failure before the drawing leaves it empty,
+    // not holding what the memory held.
+    Settings const blur = {{kMotionBlur, {1.0}}, {kShutterAngle, {360.0}}, {kSamples, {2.0}}};
+    Frame m(blur);
+    for (int n = 2; n <= m.host.allocMemoryCalls; ++n) {
+        FailingHost host(&m.input, &m.output);
+        for (auto const& s : blur) host.params.setConstant(s.id, s.value);
+        host.failAllocMemoryAt = n;
+        if (Render(&host) == 0) continue;
+        for (int x = 0; x < kW; ++x) EXPECT_EQ(m.out(x, kH - 2)[3], 0.0) << n;
+    }
 }
 
 } // namespace

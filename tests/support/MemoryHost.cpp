@@ -3,6 +3,9 @@
 #include "host/RasterOps.h"
 #include "params/ParamsSetup.h"
 
+#include <cstdlib>
+#include <cstring>
+
 MemoryImage::MemoryImage(PluginRasterFormat format, int width, int height, Rows rows) {
     // Bytes a pixel by format number, kept apart from the core's own classification.
     static int const bytes[21] = {4,  4, 4, 8,  8, 8, 8, 8, 8, 16, 16,
@@ -81,6 +84,8 @@ void* MemoryHost::allocMemory(int size) {
     if (++allocMemoryCalls == failAllocMemoryAt) return nullptr;
     void* p = PluginHost_FXPLUG_Impl::allocMemory(size);
     liveBlocks += p != nullptr;
+    // Scratch memory holds whatever was there before, never promised zeros.
+    if (p) std::memset(p, 0x5A, std::size_t(std::abs(size)));
     return p;
 }
 
