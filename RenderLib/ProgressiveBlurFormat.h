@@ -87,7 +87,7 @@ template <class C> void scaleRow(C* row, int values, float f) {
 // in size and no negative zero, looked at row by row while the row is in cache.
 template <class C, int N>
 void fadeRows(PluginRasterInfo& raster, float fadeStart, float fadeLength, int fadeType,
-              bool* finite = nullptr) {
+              bool* finite = nullptr, BlurRows rows = {}) {
     if (finite) *finite = false;
     if (!raster.data) return;
     bool ok = finite != nullptr;
@@ -99,7 +99,7 @@ void fadeRows(PluginRasterInfo& raster, float fadeStart, float fadeLength, int f
     float const e = float(double(fadeStart + fadeLength) * 0.01);
     int const h = raster.height;
     int const values = raster.width * N;
-    for (int n = 0; n < h; ++n) {
+    for (int n = std::max(rows.first, 0), end = std::min(rows.end, h); n < end; ++n) {
         float const t = 1.0f - float(n) * (1.0f / float(h - 1));
         C* row = reinterpret_cast<C*>(raster.row(n));
         if (s >= t) {
@@ -142,7 +142,8 @@ inline double computedRadius(PluginHost_API* host, float radius, PluginRasterInf
 template <class P, class C, class A, class V, class F>
 int progressiveBlurFormat(P p, C c, A a, V v, F f, PluginHost_API* host, TX_Line2D& line,
                           float radius, float aspect, float fadeStart, float fadeLength,
-                          int fadeType, PluginRasterInfo* raster, bool alphaOnly, int mode) {
+                          int fadeType, PluginRasterInfo* raster, bool alphaOnly, int mode,
+                          BlurRows rows = {}) {
     if (mode == kSoftnessRowRamp || mode == kSoftnessColumnRamp)
         return InterpBlurFilter_RGBA(p, c, a, v, f, host, *raster, radius, aspect, alphaOnly,
                                      mode == kSoftnessColumnRamp);
@@ -155,13 +156,14 @@ int progressiveBlurFormat(P p, C c, A a, V v, F f, PluginHost_API* host, TX_Line
     double const R = blur_detail::computedRadius(host, radius, *raster);
     // A float picture blurred at radius 0 is left as it is when every value is finite: the fade
     // looks at each row as it goes, sparing the blur a pass over the whole picture to find out.
+    if (R != 0.0 || mode == kSoftnessMipMap) rows = {}; // rows of a blur reach each other
     bool const look = std::is_same_v<C, float> && !alphaOnly && mode != kSoftnessMipMap && R == 0.0;
     bool finite = false;
     if (alphaOnly)
-        blur_detail::fadeRows<C, 1>(*raster, fadeStart, fadeLength, fadeType);
+        blur_detail::fadeRows<C, 1>(*raster, fadeStart, fadeLength, fadeType, nullptr, rows);
     else
         blur_detail::fadeRows<C, 4>(*raster, fadeStart, fadeLength, fadeType,
-                                    look ? &finite : nullptr);
+                                    look ? &finite : nullptr, rows);
     if (mode == kSoftnessMipMap) {
         if (alphaOnly) return blur_detail::mipMapBlur<P, 1>(host, line, radius, raster);
         return progressiveBlur_RGBA(p, c, a, v, f, host, line, radius, raster);

@@ -2,5 +2,5 @@
 
 MIRREL_PROGRESSIVE_BLUR(BGRA14) {
     return progressiveBlurFormat(PIXEL_VALUES(PIXEL_BGRA14), host, line, radius, aspect, fadeStart,
-                                 fadeLength, fadeType, raster, alphaOnly, mode);
+                                 fadeLength, fadeType, raster, alphaOnly, mode, rows);
 }

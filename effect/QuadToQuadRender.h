@@ -179,7 +179,9 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
             }
             CommonRender_CoreTransformRender(host, A, source, flat, true, sample.singleChannel,
                                              first, true, false);
-            softnessStage(host, bottomLine, H, sample, flat);
+            // Rows left undrawn are never read: the fade leaves them too.
+            softnessStage(host, bottomLine, H, sample, flat,
+                          BlurRows{first->skipAbove, H - first->skipBelow});
         } else if (bendPass == 1 && sample.bend && bentImage && !reuse) {
             // The flat image of pass 0, carried over: nothing is transformed or blurred again.
             quad_detail::copyCommonRows(*bentImage, flat);

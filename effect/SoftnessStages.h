@@ -10,12 +10,13 @@
 // The fade and the softness that grows with distance, on the flat image of the first pass.
 // Rows run from the far edge to the baseline, which `bottomLine` follows. The radius is
 // handed over relative to the height, so that the blur works per thousand of the smaller side.
+// `rows` are the rows read afterwards, where nothing reaches across rows (BlurRows).
 inline int softnessStage(PluginHost_API* host, TX_Line2D& bottomLine, int H,
-                         SampleSettings const& sample, PluginRasterInfo& flat) {
+                         SampleSettings const& sample, PluginRasterInfo& flat, BlurRows rows = {}) {
     float const radius = float(2.0 * sample.softness / H);
-    return CommonRender_progressiveBlur(host, bottomLine, radius, float(sample.softnessAspect),
-                                        float(sample.fadeStart), float(sample.fadeLength),
-                                        sample.fadeType, &flat, false, sample.softnessMode, false);
+    return CommonRender_progressiveBlur(
+        host, bottomLine, radius, float(sample.softnessAspect), float(sample.fadeStart),
+        float(sample.fadeLength), sample.fadeType, &flat, false, sample.softnessMode, false, rows);
 }
 
 // The uniform blur that "Simple" softness adds to a whole sample. True when it ran: it runs
