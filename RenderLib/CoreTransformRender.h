@@ -5,6 +5,7 @@
 #include "RenderLib/FilterKernels.h"
 #include "RenderLib/LineFuncCP.h"
 #include "Transform/Common/TX_Poly.h"
+#include "host/RasterOps.h"
 
 #include <algorithm>
 #include <cmath>
@@ -250,21 +251,6 @@ int watchedSpan(void* settings, LineRenderStruct* line) {
     return (s.*Which)(settings, line);
 }
 
-// Whether the bytes of two rasters meet.
-inline bool overlap(const PluginHost_API::RasterInfo& a, const PluginHost_API::RasterInfo& b) {
-    auto range = [](const PluginHost_API::RasterInfo& r, const unsigned char*& lo,
-                    const unsigned char*& hi) {
-        const unsigned char* first = r.row(0);
-        const unsigned char* last = r.row(r.height > 0 ? r.height - 1 : 0);
-        lo = std::min(first, last);
-        hi = std::max(first, last) + std::ptrdiff_t(r.width) * r.pixelBytes;
-    };
-    const unsigned char *aLo, *aHi, *bLo, *bHi;
-    range(a, aLo, aHi);
-    range(b, bLo, bHi);
-    return aLo < bHi && bLo < aHi;
-}
-
 } // namespace core_transform_detail
 
 template <class PIXEL, class C, class ACC, class V, class FORMAT>
@@ -307,7 +293,7 @@ int coreTransformRender(PIXEL, C, ACC, V, FORMAT, PluginHost_API* host, CoreRend
         clear.emplace(destination, !singleChannel && !fillPolygon &&
                                        source.pixelBytes == destination.pixelBytes &&
                                        destination.pixelBytes == 4 * int(sizeof(C)) &&
-                                       !overlap(source, destination));
+                                       !rastersOverlap(source, destination));
 
     s.outputWidth = s.width = host->getOutputWidth();
     s.outputHeight = s.height = host->getOutputHeight();

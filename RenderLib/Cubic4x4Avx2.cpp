@@ -106,15 +106,23 @@ MIRREL_AVX2_INLINE __m256 rowSum(const __m256* x, const C* a, const C* b, std::p
     return weightedSum(x, p);
 }
 
+// Rounds and clamps one register of two pixels, the channels wrapped into the channel type;
+// Whole leaves the clamp to the packs that follow.
+template <class C, bool Whole = false>
+MIRREL_AVX2_INLINE __m256i roundPair(__m256 v, __m256i minV, __m256i maxV) {
+    const __m256i i = _mm256_cvttps_epi32(_mm256_add_ps(v, _mm256_set1_ps(0.5f)));
+    if constexpr (Whole) return i;
+    return _mm256_and_si256(_mm256_min_epi32(_mm256_max_epi32(i, minV), maxV),
+                            _mm256_set1_epi32(sizeof(C) == 1 ? 0xFF : 0xFFFF));
+}
+
 // Rounds, clamps and stores both pixels, a then b.
 template <class C> MIRREL_AVX2_INLINE void storePair(C* d, __m256 v, __m256i minV, __m256i maxV) {
     if constexpr (isFloat<C>) {
         _mm256_storeu_ps(d, v);
     } else {
-        __m256i i = _mm256_cvttps_epi32(_mm256_add_ps(v, _mm256_set1_ps(0.5f)));
-        i = _mm256_min_epi32(_mm256_max_epi32(i, minV), maxV);
-        // The channel type wraps what it cannot hold; masked, the packs below cannot saturate.
-        i = _mm256_and_si256(i, _mm256_set1_epi32(sizeof(C) == 1 ? 0xFF : 0xFFFF));
+        // Wrapped into the channel type, the packs below cannot saturate.
+        const __m256i i = roundPair<C>(v, minV, maxV);
         const __m128i words =
             _mm_packus_epi32(_mm256_castsi256_si128(i), _mm256_extracti128_si256(i, 1));
         if constexpr (sizeof(C) == 1)
@@ -131,14 +139,11 @@ MIRREL_AVX2_INLINE __m256 downBlock(const __m256* yw, const float* const* sums, 
     return weightedSum(yw, rows);
 }
 
-// Rounds and clamps one register of two pixels, the channels wrapped into the channel type;
-// Whole leaves the clamp to the packs that follow.
-template <class C, bool Whole = false>
-MIRREL_AVX2_INLINE __m256i roundPair(__m256 v, __m256i minV, __m256i maxV) {
-    const __m256i i = _mm256_cvttps_epi32(_mm256_add_ps(v, _mm256_set1_ps(0.5f)));
-    if constexpr (Whole) return i;
-    return _mm256_and_si256(_mm256_min_epi32(_mm256_max_epi32(i, minV), maxV),
-                            _mm256_set1_epi32(sizeof(C) == 1 ? 0xFF : 0xFFFF));
+// Two registers of two pixels rounded and packed to 16-bit lanes, lane by lane.
+template <class C, bool Whole>
+MIRREL_AVX2_INLINE __m256i packPairs(__m256 x, __m256 y, __m256i minV, __m256i maxV) {
+    const __m256i p = roundPair<C, Whole>(x, minV, maxV), q = roundPair<C, Whole>(y, minV, maxV);
+    return sizeof(C) == 1 && Whole ? _mm256_packs_epi32(p, q) : _mm256_packus_epi32(p, q);
 }
 
 // Rounds, clamps and stores pixels 0 to 7, two a register in order (a, b, c, e), at once. Where
@@ -153,16 +158,8 @@ MIRREL_AVX2_INLINE void storeEight(C* d, __m256 a, __m256 b, __m256 c, __m256 e,
         _mm256_storeu_ps(d + 16, c), _mm256_storeu_ps(d + 24, e);
     } else {
         // Lane by lane the packs interleave the registers: pixels 0 2 | 1 3 and 4 6 | 5 7.
-        const __m256i low = sizeof(C) == 1 && Whole
-                                ? _mm256_packs_epi32(roundPair<C, Whole>(a, minV, maxV),
-                                                     roundPair<C, Whole>(b, minV, maxV))
-                                : _mm256_packus_epi32(roundPair<C, Whole>(a, minV, maxV),
-                                                      roundPair<C, Whole>(b, minV, maxV));
-        const __m256i high = sizeof(C) == 1 && Whole
-                                 ? _mm256_packs_epi32(roundPair<C, Whole>(c, minV, maxV),
-                                                      roundPair<C, Whole>(e, minV, maxV))
-                                 : _mm256_packus_epi32(roundPair<C, Whole>(c, minV, maxV),
-                                                       roundPair<C, Whole>(e, minV, maxV));
+        const __m256i low = packPairs<C, Whole>(a, b, minV, maxV);
+        const __m256i high = packPairs<C, Whole>(c, e, minV, maxV);
         if constexpr (sizeof(C) == 1) {
             const __m256i bytes = _mm256_packus_epi16(low, high); // 0 2 4 6 | 1 3 5 7
             _mm256_storeu_si256(

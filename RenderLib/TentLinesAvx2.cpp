@@ -255,9 +255,7 @@ struct Channels {
     __m256i c[4];
 };
 MIRREL_AVX2_INLINE Channels channelsOf(__m256i px) {
-    __m256i const m = _mm256_set1_epi32(255);
-    return {{_mm256_and_si256(px, m), _mm256_and_si256(_mm256_srli_epi32(px, 8), m),
-             _mm256_and_si256(_mm256_srli_epi32(px, 16), m), _mm256_srli_epi32(px, 24)}};
+    return {{byteLanes<0>(px), byteLanes<1>(px), byteLanes<2>(px), byteLanes<3>(px)}};
 }
 
 // `count` vectors, aligned.

@@ -108,7 +108,7 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
         if (reuse) flat = carry->info;
         if (!later && !reuse &&
             !flatMemory.allocImage(flat, destination.format, W, H, pixelBytes)) {
-            if (clearOnFailure) clearRows(destination);
+            if (clearOnFailure) zeroRaster(destination);
             host->fillOutput();
             return 1;
         }
@@ -214,7 +214,7 @@ int QuadToQuadRenderPass(P, C, Acc, V, F, PluginHost_API* host, PluginHost_API::
                                              &second, true, later) != 0)
             copyRows(flat, destination, std::size_t(pixelBytes) * W, H);
     } catch (...) {
-        if (clearOnFailure) clearRows(destination);
+        if (clearOnFailure) zeroRaster(destination);
         status = 1;
     }
     return status;
@@ -262,11 +262,11 @@ int QuadToQuadRender(P p, C c, A a, V v, F f, PluginHost_API* host,
     try {
         held = take(temps.bent, bent);
     } catch (...) {
-        if (sample.clearDestination) clearRows(destination);
+        if (sample.clearDestination) zeroRaster(destination);
         throw;
     }
     if (!held) {
-        if (sample.clearDestination) clearRows(destination);
+        if (sample.clearDestination) zeroRaster(destination);
         host->fillOutput();
         return 1;
     }
@@ -276,7 +276,7 @@ int QuadToQuadRender(P p, C c, A a, V v, F f, PluginHost_API* host,
         // Without a carried flat image pass 1 reads the bent image, which pass 0 then never
         // wrote: what it finds there must be nothing, not garbage. With one, pass 1 clears the
         // bent image before drawing into it.
-        if (!carry.carried) clearRows(bent);
+        if (!carry.carried) zeroRaster(bent);
         pass(bent, 1, &bent, &carry);
     }
     if (!take(temps.nearMask, nearMask)) {

@@ -3,7 +3,6 @@
 #include "host/RasterOps.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <cstring>
 
 // A block of host scratch memory, allocated then locked, and always unlocked then freed.
@@ -62,25 +61,4 @@ class ScratchBlock {
 inline void copyRows(PluginHost_API::RasterInfo const& src, PluginHost_API::RasterInfo const& dst,
                      std::size_t rowLength, int rows) {
     for (int y = 0; y < rows; ++y) std::memcpy(dst.row(y), src.row(y), rowLength);
-}
-
-inline void clearRows(PluginHost_API::RasterInfo const& info) {
-    for (int y = 0; y < info.height; ++y)
-        std::memset(info.row(y), 0, std::size_t(info.width) * info.pixelBytes);
-}
-
-// Whether the bytes of two rasters' rows may share memory (by the address ranges they span).
-inline bool rastersOverlap(PluginHost_API::RasterInfo const& a,
-                           PluginHost_API::RasterInfo const& b) {
-    auto span = [](PluginHost_API::RasterInfo const& r, std::uintptr_t& low, std::uintptr_t& high) {
-        auto const first = reinterpret_cast<std::uintptr_t>(r.row(0));
-        auto const last = reinterpret_cast<std::uintptr_t>(r.row(r.height > 0 ? r.height - 1 : 0));
-        low = first < last ? first : last;
-        high =
-            (first < last ? last : first) + std::uintptr_t(r.width) * std::uintptr_t(r.pixelBytes);
-    };
-    std::uintptr_t al, ah, bl, bh;
-    span(a, al, ah);
-    span(b, bl, bh);
-    return al < bh && bl < ah;
 }

@@ -41,3 +41,16 @@ PluginRasterInfo packedRasterInfo(void* data, PluginRasterFormat format, int wid
     info.pixelBytes = pixelBytes;
     return info;
 }
+
+bool rastersOverlap(PluginRasterInfo const& a, PluginRasterInfo const& b) {
+    auto range = [](PluginRasterInfo const& r, unsigned char const*& lo, unsigned char const*& hi) {
+        unsigned char const* first = r.row(0);
+        unsigned char const* last = r.row(r.height > 0 ? r.height - 1 : 0);
+        lo = std::min(first, last);
+        hi = std::max(first, last) + std::ptrdiff_t(r.width) * r.pixelBytes;
+    };
+    unsigned char const *aLo, *aHi, *bLo, *bHi;
+    range(a, aLo, aHi);
+    range(b, bLo, bHi);
+    return aLo < bHi && bLo < aHi;
+}

@@ -19,3 +19,5 @@ void copyRasterRect(PluginRasterInfo const& src, PluginRasterInfo const& dst, TX
 // A record for unpadded rows at `data`, top-down, square pixels.
 PluginRasterInfo packedRasterInfo(void* data, PluginRasterFormat format, int width, int height,
                                   int pixelBytes);
+// Whether the bytes of two rasters' rows may meet (by the address ranges they span).
+bool rastersOverlap(PluginRasterInfo const& a, PluginRasterInfo const& b);
